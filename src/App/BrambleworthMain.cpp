@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/BrambleworthMain.h"
+
+#include "App/CommandLineFront.h"
+#include "App/Preferences.h"
+#include "BuildConfig.h"
+#include "QuillonCommons/AppLogger.h"
+#include "platform/linux/OSLogger.h"
+
+#include <QCoreApplication>
+
+int BrambleworthMain::run(int argc, char** argv)
+{
+    AppLogger::setLoggerFactory(&OSLogger::makeSystemLogger);
+
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("brambleworth"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(BRAMBLEWORTH_VERSION));
+
+    Preferences& preferences = Preferences::shared();
+    const QStringList arguments = preferences.setArguments(QCoreApplication::arguments());
+    preferences.registerStandardDefaults();
+
+    CommandLineFront front;
+    return front.run(arguments);
+}

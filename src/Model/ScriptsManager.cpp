@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "Model/ScriptsManager.h"
+
+#include "Model/AppConfig.h"
+#include "Model/AppFiles.h"
+#include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/FileUtils.h"
+#include "QuillonCommons/Utf8.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSet>
+
+#include <plist/plist.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <memory>
+
+ScriptsManager::ScriptsManager(QObject* parent) : QObject(parent) {}
+
+ScriptsManager& ScriptsManager::shared()
+{
+    static ScriptsManager instance;
+    return instance;
+}
+
+void ScriptsManager::setScripts(const ScriptList& scripts)
+{
+    m_scripts = scripts;
+    emit scriptsChanged(m_scripts);
+}
+
+ScriptPtr ScriptsManager::script(const QString& id) const
+{
+    for (const ScriptPtr& s : m_scripts) {
+        if (s->id() == id)
+            return s;
+    }
+    return nullptr;
+}
+
+QStringList ScriptsManager::categories() const
+{
+    QSet<QString> unique;
+    for (const ScriptPtr& s : m_scripts) {
+        if (!s->category().isEmpty())
+            unique.insert(s->category());
+    }
+    QStringList sorted(unique.cbegin(), unique.cend());
+    // Plain UTF-16 code-unit order: "Tools" before "tools", no locale folding.
+    std::sort(sorted.begin(), sorted.end(),
+              [](const QString& a, const QString& b) { return QString::compare(a, b, Qt::CaseSensitive) < 0; });
+    return sorted;
+}
+
+std::optional<QString> ScriptsManager::libraryFileURL()
+{
+    const auto folder = AppConfig::applicationSupportDirectoryURL();
+    if (!folder)
+        return std::nullopt;
+    return QDir(*folder).filePath(AppFiles::libraryFileName());
+}
+
+void ScriptsManager::loadScripts(bool removing)
+{
+    const auto path = libraryFileURL();
+    if (!path) {
+        AppLogger::error(QStringLiteral("database file is nil"));
+        return;
+    }
+    try {
+        QFile file(*path);
+        if (!file.open(QIODevice::ReadOnly))
+            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(AppFiles::libraryFileName()),
+                           file.errorString());
+        const ScriptList loaded = Script::decodeLibrary(file.readAll());
+        if (removing)
+            setScripts({});
+        setScripts(m_scripts + loaded);
+    } catch (const AppError& error) {
+        AppLogger::error(error, QStringLiteral("loadScripts(removing:)"), __LINE__);
+    }
+}
+
+void ScriptsManager::saveScripts()
+{
+    const auto path = libraryFileURL();
+    if (!path) {
+        AppLogger::error(QStringLiteral("database file is nil"));
+        return;
+    }
+    ScriptList own;
+    own.reserve(m_scripts.size());
+    for (const ScriptPtr& s : m_scripts) {
+        if (!s->builtIn())
+            own.append(s);
+    }
+    try {
+        QString reason;
+        const auto data = Script::encodeLibrary(own, &reason);
+        if (!data)
+            throw AppError(QStringLiteral("The library couldn’t be written because it isn’t valid text."), reason);
+        FileUtils::writeAtomically(*path, *data);
+    } catch (const AppError& error) {
+        AppLogger::error(error, QStringLiteral("saveScripts()"), __LINE__);
+    }
+}
+
+namespace {
+
+struct PlistDeleter
+{
+    void operator()(plist_t node) const { plist_free(node); }
+};
+using PlistHandle = std::unique_ptr<std::remove_pointer_t<plist_t>, PlistDeleter>;
+
+std::optional<QString> plistString(plist_t node)
+{
+    if (!node || plist_get_node_type(node) != PLIST_STRING)
+        return std::nullopt;
+    char* value = nullptr;
+    plist_get_string_val(node, &value);
+    if (!value)
+        return std::nullopt;
+    QString text = QString::fromUtf8(value);
+    std::free(value);
+    return text;
+}
+
+// The keys of a dictionary node with their value nodes, in the file's order.
+template <typename Visit>
+bool forEachEntry(plist_t dictionary, Visit visit)
+{
+    plist_dict_iter iterator = nullptr;
+    plist_dict_new_iter(dictionary, &iterator);
+    if (!iterator)
+        return true;
+    bool ok = true;
+    for (;;) {
+        char* key = nullptr;
+        plist_t value = nullptr;
+        plist_dict_next_item(dictionary, iterator, &key, &value);
+        if (!key)
+            break;
+        const QString name = QString::fromUtf8(key);
+        std::free(key);
+        if (!visit(name, value)) {
+            ok = false;
+            break;
+        }
+    }
+    std::free(iterator);
+    return ok;
+}
+
+} // namespace
+
+std::optional<ScriptsManager::BuiltInIDs> ScriptsManager::parseBuiltInIDs(const QByteArray& data)
+{
+    plist_t raw = nullptr;
+    if (data.size() >= 6)
+        plist_from_memory(data.constData(), uint32_t(data.size()), &raw);
+    PlistHandle root(raw);
+    if (!root)
+        throw AppError(QStringLiteral("The file “IDs.plist” couldn’t be read because it isn’t in the correct format."),
+                       QStringLiteral("It is not a property list."));
+    if (plist_get_node_type(root.get()) != PLIST_DICT)
+        return std::nullopt;
+
+    BuiltInIDs ids;
+    const bool ok = forEachEntry(root.get(), [&ids](const QString& name, plist_t entry) {
+        if (plist_get_node_type(entry) != PLIST_DICT)
+            return false;
+        QMap<QString, QString> fields;
+        const bool stringsOnly = forEachEntry(entry, [&fields](const QString& key, plist_t value) {
+            const auto text = plistString(value);
+            if (!text)
+                return false;
+            fields.insert(key, *text);
+            return true;
+        });
+        if (!stringsOnly)
+            return false;
+        ids.insert(name, fields);
+        return true;
+    });
+    if (!ok)
+        return std::nullopt;
+    return ids;
+}
+
+std::optional<ScriptsManager::BuiltInIDs> ScriptsManager::loadBuiltInIDs()
+{
+    const auto folder = AppFiles::builtInScriptsURL();
+    if (!folder)
+        return std::nullopt;
+    std::optional<BuiltInIDs> ids;
+    try {
+        const QString path = QDir(*folder).filePath(QStringLiteral("IDs.plist"));
+        QFile file(path);
+        if (!file.open(QIODevice::ReadOnly))
+            throw AppError(QStringLiteral("The file “IDs.plist” couldn’t be opened."), file.errorString());
+        ids = parseBuiltInIDs(file.readAll());
+    } catch (const AppError& error) {
+        AppLogger::error(error, QStringLiteral("loadBuiltInIDs()"), __LINE__);
+        return std::nullopt;
+    }
+    if (!ids)
+        AppLogger::error(QStringLiteral("unable to load IDs file"));
+    return ids;
+}
+
+namespace {
+
+// Depth first, pre-order, each folder's entries by name: the same order at every start,
+// whatever order the file system keeps.
+void enumerateDeeply(const QString& folder, QList<QFileInfo>& items)
+{
+    const QFileInfoList entries =
+        QDir(folder).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+                                   QDir::Name);
+    for (const QFileInfo& entry : entries) {
+        items.append(entry);
+        if (entry.isDir() && !entry.isSymLink())
+            enumerateDeeply(entry.filePath(), items);
+    }
+}
+
+} // namespace
+
+void ScriptsManager::loadBuiltInScripts()
+{
+    const auto folder = AppFiles::builtInScriptsURL();
+    if (!folder)
+        return;
+    const auto ids = loadBuiltInIDs();
+    if (!ids) {
+        AppLogger::error(QStringLiteral("unable to load IDs file"));
+        return;
+    }
+    if (!QFileInfo(*folder).isDir())
+        return;
+
+    QList<QFileInfo> items;
+    enumerateDeeply(*folder, items);
+
+    ScriptList gathered;
+    for (const QFileInfo& item : items) {
+        // A bundle-like folder is not a script; only plain ".txt" files (case-sensitive) are.
+        if (item.isDir() || item.suffix() != QLatin1String("txt") || item.completeBaseName().isEmpty())
+            continue;
+        const QString name = item.completeBaseName();
+        const auto entry = ids->constFind(name);
+        if (entry == ids->cend() || !entry->contains(QStringLiteral("ID"))) {
+            AppLogger::error(QStringLiteral("unable to find id for script ") + name + QLatin1Char(' '));
+            return;
+        }
+        const QString language = entry->value(QStringLiteral("Language"), Script::defaultLanguage());
+        QFile file(item.filePath());
+        if (!file.open(QIODevice::ReadOnly)) {
+            AppLogger::error(AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(item.fileName()),
+                                      file.errorString()),
+                             QStringLiteral("loadBuiltInScripts()"), __LINE__);
+            continue;
+        }
+        const QByteArray data = file.readAll();
+        const QString text = Utf8::decode(data).value_or(QString::fromLocal8Bit(data));
+        auto script = Script::create(name, text, true);
+        script->setId(entry->value(QStringLiteral("ID")));
+        script->setLanguage(language);
+        gathered.append(std::move(script));
+    }
+    if (!gathered.isEmpty())
+        setScripts(gathered + m_scripts);
+}
+
+void ScriptsManager::removeBuiltInScripts()
+{
+    ScriptList kept;
+    kept.reserve(m_scripts.size());
+    for (const ScriptPtr& s : m_scripts) {
+        if (!s->builtIn())
+            kept.append(s);
+    }
+    setScripts(kept);
+}
+
+ScriptPtr ScriptsManager::newScript()
+{
+    auto script = Script::create(QStringLiteral("New Script"), QString(), false);
+    setScripts(m_scripts + ScriptList{script});
+    saveScripts();
+    return script;
+}
+
+void ScriptsManager::add(const ScriptPtr& script, int index)
+{
+    ScriptList updated = m_scripts;
+    if (index == -1 || index == updated.size())
+        updated.append(script);
+    else
+        updated.insert(std::clamp<qsizetype>(index, 0, updated.size()), script);
+    setScripts(updated);
+    saveScripts();
+}

@@ -1,0 +1,12 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+target_sources(brambleworth_core PRIVATE
+    Model/AppConfig.cpp
+    Model/AppConfig.h
+    Model/AppFiles.cpp
+    Model/AppFiles.h
+    Model/Script.cpp
+    Model/ScriptsManager.cpp
+    Model/ScriptsManager.h
+    Model/Script.h
+)
+target_link_libraries(brambleworth_core PRIVATE PkgConfig::PLIST)

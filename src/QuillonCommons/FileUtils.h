@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+// Scratch files: every call makes a fresh private directory (mode 0700) under the user's
+// temporary folder, so no two runs or drags ever share a path.
+class FileUtils
+{
+public:
+    static std::optional<QString> tempraryDirectory();
+    // A path for a new, uniquely named file inside a fresh scratch directory; the file itself
+    // is not created.
+    static std::optional<QString> tempraryFile();
+
+    static QString uniqueName();
+    static QStringList regularFiles(const QString& directory);
+    static QString temporaryDirectoryURL();
+
+    // Writes the whole file or nothing: a side file that replaces the target once complete, so
+    // a crash or kill at any moment leaves either the old file or the new one. Throws AppError.
+    static void writeAtomically(const QString& path, const QByteArray& data);
+
+private:
+    static std::optional<QString> makeScratchDirectory(const QString& function, int line);
+};

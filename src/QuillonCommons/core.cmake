@@ -1,0 +1,29 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+target_sources(brambleworth_core PRIVATE
+    QuillonCommons/AppError.cpp
+    QuillonCommons/AppError.h
+    QuillonCommons/AppLogger.cpp
+    QuillonCommons/AppLogger.h
+    QuillonCommons/Command.cpp
+    QuillonCommons/Command.h
+    QuillonCommons/DefaultLogger.cpp
+    QuillonCommons/DefaultLogger.h
+    QuillonCommons/DistributedNotificationsObserver.cpp
+    QuillonCommons/DistributedNotificationsObserver.h
+    QuillonCommons/FileUtils.cpp
+    QuillonCommons/FileUtils.h
+    QuillonCommons/JsonWriter.cpp
+    QuillonCommons/JsonWriter.h
+    QuillonCommons/LogCapture.cpp
+    QuillonCommons/LogCapture.h
+    QuillonCommons/LogLevel.h
+    QuillonCommons/Logger.h
+    QuillonCommons/NotificationCenter.cpp
+    QuillonCommons/NotificationCenter.h
+    QuillonCommons/NotificationsObserver.cpp
+    QuillonCommons/NotificationsObserver.h
+    QuillonCommons/StopWatch.cpp
+    QuillonCommons/StopWatch.h
+    QuillonCommons/Utf8.cpp
+    QuillonCommons/Utf8.h
+)

@@ -1,0 +1,6 @@
+# SPDX-License-Identifier: GPL-3.0-or-later
+target_sources(brambleworth_platform PRIVATE
+    platform/linux/OSLogger.cpp
+    platform/linux/OSLogger.h
+)
+target_link_libraries(brambleworth_platform PRIVATE PkgConfig::SYSTEMD)

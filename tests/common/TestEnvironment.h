@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QCoreApplication>
+#include <QString>
+#include <QTemporaryDir>
+#include <QTest>
+
+// Gives a test process its own XDG folders (config, data, cache) in a temporary directory,
+// so nothing a test does reaches the user's real settings or library.
+class TestEnvironment
+{
+public:
+    TestEnvironment();
+    ~TestEnvironment();
+
+    QString root() const { return m_root.path(); }
+    // A fresh empty folder under the root, for one test's data.
+    QString makeFolder(const QString& name) const;
+
+    // The folder where tests leave files for people to look at (screenshots, reports).
+    static QString outputFolder();
+    static QString dataFolder();
+
+    static void writeFile(const QString& path, const QByteArray& data);
+    static QByteArray readFile(const QString& path);
+
+private:
+    QTemporaryDir m_root;
+};
+
+// QTEST_GUILESS_MAIN with the isolated environment set up before the application starts.
+#define BRAMBLEWORTH_TEST_MAIN(TestObject)                                                         \
+    int main(int argc, char** argv)                                                                \
+    {                                                                                              \
+        TestEnvironment environment;                                                               \
+        QCoreApplication app(argc, argv);                                                          \
+        TestObject tc;                                                                             \
+        QTEST_SET_MAIN_SOURCE_PATH                                                                 \
+        return QTest::qExec(&tc, argc, argv);                                                      \
+    }
