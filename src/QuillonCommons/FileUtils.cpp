@@ -49,7 +49,10 @@ QStringList FileUtils::regularFiles(const QString& directory)
 
 QString FileUtils::temporaryDirectoryURL()
 {
-    return QDir::tempPath();
+    // Not QDir::tempPath(): it canonicalises, and a TMPDIR that does not exist would come back
+    // empty, putting scratch folders at the root of the file system.
+    const QString configured = qEnvironmentVariable("TMPDIR");
+    return QDir::cleanPath(configured.isEmpty() ? QStringLiteral("/tmp") : configured);
 }
 
 void FileUtils::writeAtomically(const QString& path, const QByteArray& data)
