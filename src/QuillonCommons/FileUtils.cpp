@@ -14,11 +14,13 @@
 
 std::optional<QString> FileUtils::makeScratchDirectory(const QString& function, int line)
 {
-    QByteArray pattern = QFile::encodeName(temporaryDirectoryURL() + QStringLiteral("/brambleworth-XXXXXX"));
+    QByteArray pattern =
+        QFile::encodeName(temporaryDirectoryURL() + QStringLiteral("/brambleworth-XXXXXX"));
     if (!mkdtemp(pattern.data())) {
-        AppLogger::error(AppError::fromErrno(errno, QStringLiteral("cannot create a scratch directory in %1")
-                                                        .arg(temporaryDirectoryURL())),
-                         function, line);
+        AppLogger::error(
+            AppError::fromErrno(errno, QStringLiteral("cannot create a scratch directory in %1")
+                                           .arg(temporaryDirectoryURL())),
+            function, line);
         return std::nullopt;
     }
     return QFile::decodeName(pattern);
@@ -59,12 +61,14 @@ void FileUtils::writeAtomically(const QString& path, const QByteArray& data)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), file.errorString());
+        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path),
+                       file.errorString());
     if (file.write(data) != data.size()) {
         const QString reason = file.errorString();
         file.cancelWriting();
         throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), reason);
     }
     if (!file.commit())
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), file.errorString());
+        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path),
+                       file.errorString());
 }

@@ -13,10 +13,10 @@ class TestPreferences : public QObject
 private slots:
     void keysAreSpelledAsStored()
     {
-        const QStringList expected{"LaunchAtStartup",           "IncludeBuiltInScripts",
-                                   "ArrangeScriptMenuByCategories", "SyntaxtHighlightThemeName",
-                                   "UseSyntaxtHighlighting",    "RestrictSyntaxHighlight",
-                                   "MainWindowIsPinned"};
+        const QStringList expected{
+            "LaunchAtStartup",           "IncludeBuiltInScripts",  "ArrangeScriptMenuByCategories",
+            "SyntaxtHighlightThemeName", "UseSyntaxtHighlighting", "RestrictSyntaxHighlight",
+            "MainWindowIsPinned"};
         QStringList keys;
         for (Id id : Preferences::identifiers())
             keys << Preferences::key(id);
@@ -29,20 +29,26 @@ private slots:
         QTest::addColumn<QVariantMap>("domain");
         QTest::addColumn<QStringList>("remaining");
         QTest::newRow("pairs and options")
-            << QStringList{"prog", "-CUSTOM_APPLICATION_SUPPORT_DIRECTORY", "/tmp/x", "-IncludeBuiltInScripts", "NO", "--list"}
-            << QVariantMap{{"CUSTOM_APPLICATION_SUPPORT_DIRECTORY", "/tmp/x"}, {"IncludeBuiltInScripts", "NO"}}
+            << QStringList{"prog",   "-CUSTOM_APPLICATION_SUPPORT_DIRECTORY",
+                           "/tmp/x", "-IncludeBuiltInScripts",
+                           "NO",     "--list"}
+            << QVariantMap{{"CUSTOM_APPLICATION_SUPPORT_DIRECTORY", "/tmp/x"},
+                           {"IncludeBuiltInScripts", "NO"}}
             << QStringList{"prog", "--list"};
-        QTest::newRow("short options stay") << QStringList{"prog", "-h", "-v"} << QVariantMap{}
-                                            << QStringList{"prog", "-h", "-v"};
-        QTest::newRow("double dash stays") << QStringList{"prog", "--run", "Backup"} << QVariantMap{}
-                                           << QStringList{"prog", "--run", "Backup"};
-        QTest::newRow("key without value") << QStringList{"prog", "--list", "-MainWindowIsPinned"} << QVariantMap{}
-                                           << QStringList{"prog", "--list", "-MainWindowIsPinned"};
+        QTest::newRow("short options stay")
+            << QStringList{"prog", "-h", "-v"} << QVariantMap{} << QStringList{"prog", "-h", "-v"};
+        QTest::newRow("double dash stays")
+            << QStringList{"prog", "--run", "Backup"} << QVariantMap{}
+            << QStringList{"prog", "--run", "Backup"};
+        QTest::newRow("key without value")
+            << QStringList{"prog", "--list", "-MainWindowIsPinned"} << QVariantMap{}
+            << QStringList{"prog", "--list", "-MainWindowIsPinned"};
         QTest::newRow("value may look like an option")
             << QStringList{"prog", "-SyntaxtHighlightThemeName", "-dark-", "--list"}
-            << QVariantMap{{"SyntaxtHighlightThemeName", "-dark-"}} << QStringList{"prog", "--list"};
-        QTest::newRow("program name is never a key") << QStringList{"-weird", "x"} << QVariantMap{}
-                                                     << QStringList{"-weird", "x"};
+            << QVariantMap{{"SyntaxtHighlightThemeName", "-dark-"}}
+            << QStringList{"prog", "--list"};
+        QTest::newRow("program name is never a key")
+            << QStringList{"-weird", "x"} << QVariantMap{} << QStringList{"-weird", "x"};
     }
     void argumentDomainTakesKeyValuePairs()
     {
@@ -80,7 +86,9 @@ private slots:
 
     void commandLineWinsOverStoredWinsOverDefaults()
     {
-        const QString path = QDir::tempPath() + QStringLiteral("/brambleworth-prefs-%1.conf").arg(QCoreApplication::applicationPid());
+        const QString path =
+            QDir::tempPath() +
+            QStringLiteral("/brambleworth-prefs-%1.conf").arg(QCoreApplication::applicationPid());
         QFile::remove(path);
         Preferences preferences(path);
         preferences.registerStandardDefaults();
@@ -100,13 +108,16 @@ private slots:
         Preferences reopened(path);
         QCOMPARE(reopened.boolean(Id::useSyntaxtHighlighting), false);
         reopened.setValue(Id::syntaxtHighlightThemeName, QStringLiteral("monokai"));
-        QCOMPARE(Preferences(path).string(Preferences::key(Id::syntaxtHighlightThemeName)), QStringLiteral("monokai"));
+        QCOMPARE(Preferences(path).string(Preferences::key(Id::syntaxtHighlightThemeName)),
+                 QStringLiteral("monokai"));
         QFile::remove(path);
     }
 
     void everyWriteAnnouncesItsKeyOnce()
     {
-        const QString path = QDir::tempPath() + QStringLiteral("/brambleworth-prefs-signals-%1.conf").arg(QCoreApplication::applicationPid());
+        const QString path =
+            QDir::tempPath() + QStringLiteral("/brambleworth-prefs-signals-%1.conf")
+                                   .arg(QCoreApplication::applicationPid());
         QFile::remove(path);
         Preferences preferences(path);
         QSignalSpy keys(&preferences, &Preferences::valueChanged);
@@ -114,12 +125,14 @@ private slots:
 
         preferences.setValue(Id::mainWindowIsPinned, true);
         preferences.setValue(Id::mainWindowIsPinned, true);
-        preferences.setValue(Preferences::customApplicationSupportDirectoryKey(), QStringLiteral("/tmp/y"));
+        preferences.setValue(Preferences::customApplicationSupportDirectoryKey(),
+                             QStringLiteral("/tmp/y"));
         preferences.remove(Preferences::key(Id::restrictSyntaxHighlight));
 
         QCOMPARE(keys.size(), 4);
         QCOMPARE(keys.at(0).at(0).toString(), QStringLiteral("MainWindowIsPinned"));
-        QCOMPARE(keys.at(2).at(0).toString(), QStringLiteral("CUSTOM_APPLICATION_SUPPORT_DIRECTORY"));
+        QCOMPARE(keys.at(2).at(0).toString(),
+                 QStringLiteral("CUSTOM_APPLICATION_SUPPORT_DIRECTORY"));
         QCOMPARE(identifiers.size(), 3);
         QCOMPARE(identifiers.at(2).at(0).value<Id>(), Id::restrictSyntaxHighlight);
         QFile::remove(path);
@@ -127,8 +140,10 @@ private slots:
 
     void sharedStoreLivesInTheConfigFolder()
     {
-        QVERIFY(Preferences::shared().settingsPath().startsWith(qEnvironmentVariable("XDG_CONFIG_HOME")));
-        QVERIFY(Preferences::shared().settingsPath().endsWith(QStringLiteral("/brambleworth/brambleworth.conf")));
+        QVERIFY(Preferences::shared().settingsPath().startsWith(
+            qEnvironmentVariable("XDG_CONFIG_HOME")));
+        QVERIFY(Preferences::shared().settingsPath().endsWith(
+            QStringLiteral("/brambleworth/brambleworth.conf")));
     }
 };
 

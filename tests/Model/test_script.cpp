@@ -29,7 +29,8 @@ private slots:
 
     void encodingWritesEveryKeyInOrder()
     {
-        auto script = Script::create(QStringLiteral("Deploy \"prod\""), QStringLiteral("#!/bin/sh\necho é\n"), false);
+        auto script = Script::create(QStringLiteral("Deploy \"prod\""),
+                                     QStringLiteral("#!/bin/sh\necho é\n"), false);
         script->setId(QStringLiteral("A-1"));
         script->setKeepLog(true);
         script->setLanguage(QStringLiteral("python"));
@@ -39,15 +40,18 @@ private slots:
         linked->setBookmark(QByteArray("\x01\x02", 2));
         LogCapture quiet;
         QCOMPARE(*Script::encodeLibrary({script, linked}),
-                 QByteArray("[{\"id\":\"A-1\",\"name\":\"Deploy \\\"prod\\\"\",\"content\":\"#!/bin/sh\\necho é\\n\",\"keepLog\":true,"
+                 QByteArray("[{\"id\":\"A-1\",\"name\":\"Deploy "
+                            "\\\"prod\\\"\",\"content\":\"#!/bin/sh\\necho é\\n\",\"keepLog\":true,"
                             "\"language\":\"python\",\"bookmark\":null,\"category\":\"Tools\"},"
-                            "{\"id\":\"B-2\",\"name\":\"L\",\"content\":\"\",\"keepLog\":false,\"language\":\"bash\",\"bookmark\":\"AQI=\",\"category\":\"\"}]"));
+                            "{\"id\":\"B-2\",\"name\":\"L\",\"content\":\"\",\"keepLog\":false,"
+                            "\"language\":\"bash\",\"bookmark\":\"AQI=\",\"category\":\"\"}]"));
         QCOMPARE(*Script::encodeLibrary({}), QByteArray("[]"));
     }
 
     void textThatIsNotUnicodeIsNeverWritten()
     {
-        auto script = Script::create(QStringLiteral("bad"), QStringLiteral("x") + QChar(0xD800), false);
+        auto script =
+            Script::create(QStringLiteral("bad"), QStringLiteral("x") + QChar(0xD800), false);
         QString reason;
         QVERIFY(!Script::encodeLibrary({script}, &reason));
         QVERIFY(reason.contains(QStringLiteral("bad")));
@@ -55,8 +59,9 @@ private slots:
 
     void decodingFillsTheDefaults()
     {
-        const ScriptList scripts = Script::decodeLibrary("[{\"id\":\"x\",\"name\":\"n\",\"content\":\"c\"},"
-                                                         "{\"id\":\"y\",\"name\":\"m\",\"content\":\"d\",\"bookmark\":null,\"keepLog\":null}]");
+        const ScriptList scripts = Script::decodeLibrary(
+            "[{\"id\":\"x\",\"name\":\"n\",\"content\":\"c\"},"
+            "{\"id\":\"y\",\"name\":\"m\",\"content\":\"d\",\"bookmark\":null,\"keepLog\":null}]");
         QCOMPARE(scripts.size(), 2);
         for (const ScriptPtr& s : scripts) {
             QVERIFY(!s->keepLog());
@@ -71,7 +76,8 @@ private slots:
 
     void roundTripKeepsEverything()
     {
-        auto script = Script::create(QStringLiteral("😀 name"), QStringLiteral("line\n\ttab \\ \"q\""), false);
+        auto script =
+            Script::create(QStringLiteral("😀 name"), QStringLiteral("line\n\ttab \\ \"q\""), false);
         script->setCategory(QStringLiteral("Cat"));
         script->setKeepLog(true);
         script->setLanguage(QStringLiteral("zsh"));
@@ -93,14 +99,21 @@ private slots:
     {
         QTest::addColumn<QByteArray>("json");
         QTest::newRow("not json") << QByteArray("{oops");
-        QTest::newRow("object at the top") << QByteArray("{\"id\":\"x\",\"name\":\"n\",\"content\":\"c\"}");
-        QTest::newRow("missing id") << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\"},{\"name\":\"n\",\"content\":\"c\"}]");
+        QTest::newRow("object at the top")
+            << QByteArray("{\"id\":\"x\",\"name\":\"n\",\"content\":\"c\"}");
+        QTest::newRow("missing id") << QByteArray(
+            "[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\"},{\"name\":\"n\",\"content\":\"c\"}]");
         QTest::newRow("missing content") << QByteArray("[{\"id\":\"a\",\"name\":\"n\"}]");
-        QTest::newRow("name not a string") << QByteArray("[{\"id\":\"a\",\"name\":1,\"content\":\"c\"}]");
-        QTest::newRow("keepLog a string") << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"keepLog\":\"yes\"}]");
-        QTest::newRow("language a number") << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"language\":3}]");
-        QTest::newRow("bookmark not base64") << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"bookmark\":\"%%%\"}]");
-        QTest::newRow("category an array") << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"category\":[]}]");
+        QTest::newRow("name not a string")
+            << QByteArray("[{\"id\":\"a\",\"name\":1,\"content\":\"c\"}]");
+        QTest::newRow("keepLog a string")
+            << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"keepLog\":\"yes\"}]");
+        QTest::newRow("language a number")
+            << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"language\":3}]");
+        QTest::newRow("bookmark not base64")
+            << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"bookmark\":\"%%%\"}]");
+        QTest::newRow("category an array")
+            << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"category\":[]}]");
         QTest::newRow("element not an object") << QByteArray("[1]");
         QTest::newRow("empty file") << QByteArray();
     }
@@ -114,11 +127,16 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("fileName");
-        QTest::newRow("plain") << "Deploy" << "Deploy.sh";
-        QTest::newRow("blanks and line break") << "  Deploy\n" << "Deploy.sh";
-        QTest::newRow("only blanks") << " \t \n" << "Brambleworth Script.sh";
-        QTest::newRow("empty") << "" << "Brambleworth Script.sh";
-        QTest::newRow("inner blanks kept") << " My Tool " << "My Tool.sh";
+        QTest::newRow("plain") << "Deploy"
+                               << "Deploy.sh";
+        QTest::newRow("blanks and line break") << "  Deploy\n"
+                                               << "Deploy.sh";
+        QTest::newRow("only blanks") << " \t \n"
+                                     << "Brambleworth Script.sh";
+        QTest::newRow("empty") << ""
+                               << "Brambleworth Script.sh";
+        QTest::newRow("inner blanks kept") << " My Tool "
+                                           << "My Tool.sh";
     }
     void fileNames()
     {
@@ -153,7 +171,9 @@ private slots:
         LogCapture capture;
         QCOMPARE(script.content(), QStringLiteral("stored"));
         QVERIFY(capture.contains(LogLevel::error, QStringLiteral("unable to resolve bookmark")));
-        QVERIFY(capture.messages(LogLevel::error).first().startsWith(QStringLiteral("resolveBookmarkAndUpdateIfNeeded():")));
+        QVERIFY(capture.messages(LogLevel::error)
+                    .first()
+                    .startsWith(QStringLiteral("resolveBookmarkAndUpdateIfNeeded():")));
     }
 
     void settingContentNotifiesAndStores()
@@ -176,7 +196,8 @@ private slots:
         QCOMPARE(QFileInfo(path).fileName(), QStringLiteral("Drag me.sh"));
         QCOMPARE(TestEnvironment::readFile(path), QByteArray("echo dragged"));
         QCOMPARE(item->data(Script::scriptPasteboardType()), script.id().toUtf8());
-        QCOMPARE(Script::scriptPasteboardType(), QStringLiteral("org.brambleworth.Brambleworth.script"));
+        QCOMPARE(Script::scriptPasteboardType(),
+                 QStringLiteral("org.brambleworth.Brambleworth.script"));
 
         script.setContent(QStringLiteral("echo again"));
         std::unique_ptr<QMimeData> again(script.pasteboardItem());
@@ -198,7 +219,8 @@ private slots:
         QVERIFY(!script.writePromise(script.id(), target));
         QCOMPARE(TestEnvironment::readFile(target), QByteArray("promised"));
 
-        const auto failure = script.writePromise(script.id(), folder + QStringLiteral("/missing/out.sh"));
+        const auto failure =
+            script.writePromise(script.id(), folder + QStringLiteral("/missing/out.sh"));
         QVERIFY(failure.has_value());
     }
 };

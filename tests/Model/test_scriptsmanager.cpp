@@ -50,10 +50,12 @@ class TestScriptsManager : public QObject
     // A resources folder holding only a "BuiltIn Scripts" folder with the given files.
     QString builtInFolder(const QMap<QString, QByteArray>& files)
     {
-        const QString resources = QDir::tempPath() + QStringLiteral("/brambleworth-res-") + QString::number(++m_folders);
+        const QString resources =
+            QDir::tempPath() + QStringLiteral("/brambleworth-res-") + QString::number(++m_folders);
         QDir(resources).removeRecursively();
         for (auto it = files.cbegin(); it != files.cend(); ++it)
-            TestEnvironment::writeFile(resources + QStringLiteral("/BuiltIn Scripts/") + it.key(), it.value());
+            TestEnvironment::writeFile(resources + QStringLiteral("/BuiltIn Scripts/") + it.key(),
+                                       it.value());
         QDir().mkpath(resources + QStringLiteral("/BuiltIn Scripts"));
         AppFiles::setResourcesURLForTesting(resources);
         return resources;
@@ -63,12 +65,17 @@ class TestScriptsManager : public QObject
 private slots:
     void init()
     {
-        m_dataFolder = QDir::tempPath() + QStringLiteral("/brambleworth-lib-%1").arg(QCoreApplication::applicationPid());
+        m_dataFolder =
+            QDir::tempPath() +
+            QStringLiteral("/brambleworth-lib-%1").arg(QCoreApplication::applicationPid());
         QDir(m_dataFolder).removeRecursively();
-        Preferences::shared().setValue(Preferences::customApplicationSupportDirectoryKey(), m_dataFolder);
+        Preferences::shared().setValue(Preferences::customApplicationSupportDirectoryKey(),
+                                       m_dataFolder);
         AppConfig::resetForTesting();
-        m_libraryFile = m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
-        AppFiles::setResourcesURLForTesting(QCoreApplication::applicationDirPath() + QStringLiteral("/../share/brambleworth"));
+        m_libraryFile =
+            m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
+        AppFiles::setResourcesURLForTesting(QCoreApplication::applicationDirPath() +
+                                            QStringLiteral("/../share/brambleworth"));
     }
     void cleanup() { QDir(m_dataFolder).removeRecursively(); }
 
@@ -78,10 +85,12 @@ private slots:
         const auto folder = AppConfig::applicationSupportDirectoryURL();
         QCOMPARE(*folder, m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth"));
         QCOMPARE(*ScriptsManager::libraryFileURL(), m_libraryFile);
-        struct stat info{};
+        struct stat info
+        {};
         QCOMPARE(::stat(QFile::encodeName(*folder).constData(), &info), 0);
         QCOMPARE(int(info.st_mode & 0777), 0700);
-        QVERIFY(capture.contains(LogLevel::info, QStringLiteral("Custom application folder : ") + m_dataFolder));
+        QVERIFY(capture.contains(LogLevel::info,
+                                 QStringLiteral("Custom application folder : ") + m_dataFolder));
     }
 
     void firstStartShowsOnlyBuiltInsAndTheFirstSaveCreatesTheFile()
@@ -93,7 +102,8 @@ private slots:
         QCOMPARE(manager.scripts().size(), 9);
         const QStringList errors = capture.messages(LogLevel::error);
         QCOMPARE(errors.size(), 1);
-        QVERIFY2(errors.first().startsWith(QStringLiteral("loadScripts(removing:):")), qPrintable(errors.first()));
+        QVERIFY2(errors.first().startsWith(QStringLiteral("loadScripts(removing:):")),
+                 qPrintable(errors.first()));
         QVERIFY(!QFileInfo::exists(m_libraryFile));
         manager.saveScripts();
         QCOMPARE(TestEnvironment::readFile(m_libraryFile), QByteArray("[]"));
@@ -106,20 +116,25 @@ private slots:
         QSet<QString> ids;
         for (const ScriptPtr& s : manager.scripts()) {
             QVERIFY(s->builtIn());
-            QVERIFY2(s->id().startsWith(QStringLiteral("org.brambleworth.builtin.")), qPrintable(s->id()));
+            QVERIFY2(s->id().startsWith(QStringLiteral("org.brambleworth.builtin.")),
+                     qPrintable(s->id()));
             QVERIFY2(s->internalContent().startsWith(QStringLiteral("#!")), qPrintable(s->name()));
             ids.insert(s->id());
         }
         QCOMPARE(ids.size(), manager.scripts().size());
-        const ScriptPtr battery = manager.script(QStringLiteral("org.brambleworth.builtin.battery-status"));
+        const ScriptPtr battery =
+            manager.script(QStringLiteral("org.brambleworth.builtin.battery-status"));
         QVERIFY(battery);
         QCOMPARE(battery->language(), QStringLiteral("python"));
-        QCOMPARE(manager.script(QStringLiteral("org.brambleworth.builtin.system-summary"))->language(), QStringLiteral("bash"));
+        QCOMPARE(
+            manager.script(QStringLiteral("org.brambleworth.builtin.system-summary"))->language(),
+            QStringLiteral("bash"));
     }
 
     void loadingAppendsOrReplaces()
     {
-        writeLibrary(R"([{"id":"1","name":"one","content":"a"},{"id":"2","name":"two","content":"b","category":"Tools"}])");
+        writeLibrary(
+            R"([{"id":"1","name":"one","content":"a"},{"id":"2","name":"two","content":"b","category":"Tools"}])");
         ScriptsManager manager;
         QSignalSpy spy(&manager, &ScriptsManager::scriptsChanged);
         manager.loadScripts(false);
@@ -144,14 +159,17 @@ private slots:
         manager.loadScripts(true);
         QCOMPARE(names(manager.scripts()), QStringList{"kept"});
         QCOMPARE(TestEnvironment::readFile(m_libraryFile), broken);
-        QVERIFY(capture.messages(LogLevel::error).first().startsWith(QStringLiteral("loadScripts(removing:):")));
+        QVERIFY(capture.messages(LogLevel::error)
+                    .first()
+                    .startsWith(QStringLiteral("loadScripts(removing:):")));
         manager.saveScripts();
         QCOMPARE(Script::decodeLibrary(TestEnvironment::readFile(m_libraryFile)).size(), 1);
     }
 
     void builtInsReturnToTheFrontAfterReordering()
     {
-        writeLibrary(R"([{"id":"1","name":"one","content":"a"},{"id":"2","name":"two","content":"b"}])");
+        writeLibrary(
+            R"([{"id":"1","name":"one","content":"a"},{"id":"2","name":"two","content":"b"}])");
         ScriptsManager manager;
         manager.loadBuiltInScripts();
         manager.loadScripts(false);
@@ -187,21 +205,27 @@ private slots:
         QTest::addColumn<QStringList>("expectedNames");
         QTest::addColumn<QStringList>("expectedErrors");
         const QByteArray both = xmlIDs({{"Alpha", "id.alpha"}, {"Beta", "id.beta"}});
-        QTest::newRow("sub-folders searched, names sorted") << QStringList{"Beta.txt", "sub/Alpha.txt"} << both
-                                                            << QStringList{"Beta", "Alpha"} << QStringList{};
-        QTest::newRow("upper-case extension ignored") << QStringList{"Alpha.txt", "notes.TXT", "readme.md"} << both
-                                                      << QStringList{"Alpha"} << QStringList{};
+        QTest::newRow("sub-folders searched, names sorted")
+            << QStringList{"Beta.txt", "sub/Alpha.txt"} << both << QStringList{"Beta", "Alpha"}
+            << QStringList{};
+        QTest::newRow("upper-case extension ignored")
+            << QStringList{"Alpha.txt", "notes.TXT", "readme.md"} << both << QStringList{"Alpha"}
+            << QStringList{};
         QTest::newRow("a file without an entry hides them all")
             << QStringList{"Alpha.txt", "Extra.txt"} << both << QStringList{}
             << QStringList{"unable to find id for script Extra "};
         QTest::newRow("an entry without an ID hides them all")
-            << QStringList{"Alpha.txt", "Beta.txt"} << xmlIDs({{"Alpha", "id.alpha"}, {"Beta", ""}}) << QStringList{}
-            << QStringList{"unable to find id for script Beta "};
-        QTest::newRow("ids of another shape") << QStringList{"Alpha.txt"}
-                                              << QByteArray("<plist version=\"1.0\"><array><string>x</string></array></plist>")
-                                              << QStringList{} << QStringList{"unable to load IDs file", "unable to load IDs file"};
+            << QStringList{"Alpha.txt", "Beta.txt"} << xmlIDs({{"Alpha", "id.alpha"}, {"Beta", ""}})
+            << QStringList{} << QStringList{"unable to find id for script Beta "};
+        QTest::newRow("ids of another shape")
+            << QStringList{"Alpha.txt"}
+            << QByteArray("<plist version=\"1.0\"><array><string>x</string></array></plist>")
+            << QStringList{} << QStringList{"unable to load IDs file", "unable to load IDs file"};
         QTest::newRow("entry values must be strings")
-            << QStringList{"Alpha.txt"} << QByteArray("<plist version=\"1.0\"><dict><key>Alpha</key><dict><key>ID</key><integer>3</integer></dict></dict></plist>")
+            << QStringList{"Alpha.txt"}
+            << QByteArray("<plist "
+                          "version=\"1.0\"><dict><key>Alpha</key><dict><key>ID</key><integer>3</"
+                          "integer></dict></dict></plist>")
             << QStringList{} << QStringList{"unable to load IDs file", "unable to load IDs file"};
     }
     void builtInFolderRules()
@@ -249,7 +273,8 @@ private slots:
         plist_free(root);
         QVERIFY(binary.startsWith("bplist00"));
 
-        builtInFolder({{QStringLiteral("IDs.plist"), binary}, {QStringLiteral("Alpha.txt"), "print(1)"}});
+        builtInFolder(
+            {{QStringLiteral("IDs.plist"), binary}, {QStringLiteral("Alpha.txt"), "print(1)"}});
         ScriptsManager manager;
         manager.loadBuiltInScripts();
         QCOMPARE(manager.scripts().size(), 1);
@@ -309,7 +334,8 @@ private slots:
         QFETCH(int, index);
         QFETCH(QStringList, expected);
         ScriptsManager manager;
-        manager.setScripts({Script::create(QStringLiteral("a"), {}, false), Script::create(QStringLiteral("b"), {}, false),
+        manager.setScripts({Script::create(QStringLiteral("a"), {}, false),
+                            Script::create(QStringLiteral("b"), {}, false),
                             Script::create(QStringLiteral("c"), {}, false)});
         manager.add(Script::create(QStringLiteral("new"), {}, false), index);
         QCOMPARE(names(manager.scripts()), expected);
@@ -322,7 +348,8 @@ private slots:
         manager.add(Script::create(QStringLiteral("safe"), QStringLiteral("echo"), false), -1);
         const QByteArray before = TestEnvironment::readFile(m_libraryFile);
 
-        manager.add(Script::create(QStringLiteral("bad"), QStringLiteral("x") + QChar(0xDC00), false), -1);
+        manager.add(
+            Script::create(QStringLiteral("bad"), QStringLiteral("x") + QChar(0xDC00), false), -1);
         QCOMPARE(TestEnvironment::readFile(m_libraryFile), before);
 
         QFile::remove(m_libraryFile);
@@ -330,7 +357,8 @@ private slots:
         LogCapture capture;
         manager.saveScripts();
         QCOMPARE(manager.scripts().size(), 2);
-        QVERIFY(capture.messages(LogLevel::error).first().startsWith(QStringLiteral("saveScripts():")));
+        QVERIFY(
+            capture.messages(LogLevel::error).first().startsWith(QStringLiteral("saveScripts():")));
     }
 };
 

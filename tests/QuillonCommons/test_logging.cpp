@@ -54,10 +54,13 @@ private slots:
         QTest::addColumn<QString>("description");
         QTest::addColumn<QString>("reason");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("with reason") << "The file couldn’t be saved." << "Permission denied"
-                                     << "subscript(_:):53 error : The file couldn’t be saved., failure reason: Permission denied";
-        QTest::newRow("without reason") << "Something failed." << QString()
-                                        << "subscript(_:):53 error : Something failed., failure reason: -";
+        QTest::newRow("with reason") << "The file couldn’t be saved."
+                                     << "Permission denied"
+                                     << "subscript(_:):53 error : The file couldn’t be saved., "
+                                        "failure reason: Permission denied";
+        QTest::newRow("without reason")
+            << "Something failed." << QString()
+            << "subscript(_:):53 error : Something failed., failure reason: -";
     }
     void failureLines()
     {
@@ -73,7 +76,8 @@ private slots:
     {
         LogCapture capture;
         AppLogger::error(std::runtime_error("boom"), QStringLiteral("run()"), 7);
-        QCOMPARE(capture.messages(LogLevel::error), QStringList{QStringLiteral("run():7 error : boom, failure reason: -")});
+        QCOMPARE(capture.messages(LogLevel::error),
+                 QStringList{QStringLiteral("run():7 error : boom, failure reason: -")});
     }
 
     void errnoErrorsReadLikeTheSystem()
@@ -81,7 +85,8 @@ private slots:
         const AppError error = AppError::fromErrno(ENOENT, QStringLiteral("cannot open /nope"));
         QCOMPARE(error.failureReason(), QStringLiteral("No such file or directory"));
         QCOMPARE(error.errnoValue(), ENOENT);
-        QCOMPARE(QString::fromUtf8(error.what()), QStringLiteral("cannot open /nope: No such file or directory"));
+        QCOMPARE(QString::fromUtf8(error.what()),
+                 QStringLiteral("cannot open /nope: No such file or directory"));
     }
 
     void loggerFactoryIsFixedOnceUsed()
@@ -112,8 +117,11 @@ private slots:
     void stopWatchFirstReadingHasNoDelta()
     {
         StopWatch watch(QStringLiteral("load"));
-        const QString text = watch.description(QStringLiteral("scripts"), DurationUnit::milliseconds);
-        QVERIFY2(QRegularExpression(QStringLiteral("^load:scripts [0-9.e-]+ ms \\(\\+0\\.0 ms\\)$")).match(text).hasMatch(),
+        const QString text =
+            watch.description(QStringLiteral("scripts"), DurationUnit::milliseconds);
+        QVERIFY2(QRegularExpression(QStringLiteral("^load:scripts [0-9.e-]+ ms \\(\\+0\\.0 ms\\)$"))
+                     .match(text)
+                     .hasMatch(),
                  qPrintable(text));
         QCOMPARE(watch.delta(), 0u);
         QVERIFY(watch.last() >= watch.start());
@@ -138,7 +146,8 @@ private slots:
         QTest::addColumn<QString>("pattern");
         QTest::newRow("neither") << QString() << QString() << "^[0-9.e-]+ s \\(\\+0\\.0 s\\)$";
         QTest::newRow("name only") << "n" << QString() << "^n:[0-9.e-]+ s ";
-        QTest::newRow("label only") << QString() << "l" << "^l [0-9.e-]+ s ";
+        QTest::newRow("label only") << QString() << "l"
+                                    << "^l [0-9.e-]+ s ";
     }
     void stopWatchDescriptionLeavesOutEmptyParts()
     {

@@ -21,7 +21,8 @@
 namespace {
 int modeOf(const QString& path)
 {
-    struct stat info{};
+    struct stat info
+    {};
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return -1;
     return int(info.st_mode & 07777);
@@ -66,7 +67,8 @@ private slots:
         QVERIFY(!file);
         const QStringList errors = capture.messages(LogLevel::error);
         QCOMPARE(errors.size(), 1);
-        QVERIFY2(errors.first().startsWith(QStringLiteral("tempraryFile():")), qPrintable(errors.first()));
+        QVERIFY2(errors.first().startsWith(QStringLiteral("tempraryFile():")),
+                 qPrintable(errors.first()));
     }
 
     void atomicWritesReplaceWholeFiles()
@@ -76,8 +78,10 @@ private slots:
         FileUtils::writeAtomically(path, "first");
         FileUtils::writeAtomically(path, "second");
         QCOMPARE(TestEnvironment::readFile(path), QByteArray("second"));
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden), QStringList{QStringLiteral("data.json")});
-        QVERIFY_THROWS_EXCEPTION(AppError, FileUtils::writeAtomically(folder + QStringLiteral("/no/such/x"), "x"));
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden),
+                 QStringList{QStringLiteral("data.json")});
+        QVERIFY_THROWS_EXCEPTION(
+            AppError, FileUtils::writeAtomically(folder + QStringLiteral("/no/such/x"), "x"));
     }
 
     // Commands
@@ -100,7 +104,8 @@ private slots:
     void commandEnvironmentIsComplete()
     {
         const Command command({{QStringLiteral("GREETING"), QStringLiteral("hello")}});
-        QCOMPARE(command.run(QStringLiteral("echo \"$GREETING:$HOME\"")), QStringLiteral("hello:\n"));
+        QCOMPARE(command.run(QStringLiteral("echo \"$GREETING:$HOME\"")),
+                 QStringLiteral("hello:\n"));
         QVERIFY(Command().env().contains(QStringLiteral("PATH")));
     }
 
@@ -126,7 +131,8 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::newRow("plain") << "hello";
         QTest::newRow("quotes and backslashes") << "say \"hi\" \\ bye";
-        QTest::newRow("control characters") << QStringLiteral("tab\there\nnew\rline\b\f") + QChar(0x01) + QChar(0x1F);
+        QTest::newRow("control characters")
+            << QStringLiteral("tab\there\nnew\rline\b\f") + QChar(0x01) + QChar(0x1F);
         QTest::newRow("slash and del") << QStringLiteral("a/b") + QChar(0x7F);
         QTest::newRow("accents") << "café naïve";
         QTest::newRow("outside the basic plane") << "emoji 😀 and 𝄞";
@@ -172,16 +178,21 @@ private slots:
     {
         NotificationCenter center;
         QStringList seen;
-        center.addObserver(QStringLiteral("SelectionChanged"), {}, nullptr,
-                           [&](const Notification& n) { seen << QStringLiteral("named:") + n.object.toString(); });
-        center.addObserver({}, QStringLiteral("x"), nullptr,
-                           [&](const Notification& n) { seen << QStringLiteral("object:") + n.name; });
-        const auto token = center.addObserver({}, {}, nullptr, [&](const Notification& n) { seen << QStringLiteral("all:") + n.name; });
+        center.addObserver(
+            QStringLiteral("SelectionChanged"), {}, nullptr,
+            [&](const Notification& n) { seen << QStringLiteral("named:") + n.object.toString(); });
+        center.addObserver({}, QStringLiteral("x"), nullptr, [&](const Notification& n) {
+            seen << QStringLiteral("object:") + n.name;
+        });
+        const auto token = center.addObserver({}, {}, nullptr, [&](const Notification& n) {
+            seen << QStringLiteral("all:") + n.name;
+        });
         center.post(QStringLiteral("SelectionChanged"), QStringLiteral("x"));
         center.post(QStringLiteral("Other"), QStringLiteral("y"));
         center.removeObserver(token);
         center.post(QStringLiteral("Other"), QStringLiteral("x"));
-        QCOMPARE(seen, (QStringList{"named:x", "object:SelectionChanged", "all:SelectionChanged", "all:Other", "object:Other"}));
+        QCOMPARE(seen, (QStringList{"named:x", "object:SelectionChanged", "all:SelectionChanged",
+                                    "all:Other", "object:Other"}));
     }
 
     void observersWithContextAreCalledThroughItsEventLoop()
@@ -189,7 +200,8 @@ private slots:
         NotificationCenter center;
         QObject context;
         int calls = 0;
-        center.addObserver(QStringLiteral("n"), {}, &context, [&](const Notification&) { ++calls; });
+        center.addObserver(QStringLiteral("n"), {}, &context,
+                           [&](const Notification&) { ++calls; });
         center.post(QStringLiteral("n"));
         QCOMPARE(calls, 0);
         QTRY_COMPARE(calls, 1);
@@ -203,11 +215,14 @@ private slots:
         {
             NotificationsObserver observer;
             DistributedNotificationsObserver distributed;
-            observer.observe(QStringLiteral("n"), {}, nullptr, [&](const Notification&) { ++calls; });
-            distributed.observe(QStringLiteral("n"), {}, nullptr, [&](const Notification&) { calls += 10; });
+            observer.observe(QStringLiteral("n"), {}, nullptr,
+                             [&](const Notification&) { ++calls; });
+            distributed.observe(QStringLiteral("n"), {}, nullptr,
+                                [&](const Notification&) { calls += 10; });
             QCOMPARE(observer.observers().size(), 1);
             QCOMPARE(NotificationCenter::defaultCenter()->observerCount(), before + 1);
-            QCOMPARE(NotificationCenter::distributedCenter()->observerCount(), distributedBefore + 1);
+            QCOMPARE(NotificationCenter::distributedCenter()->observerCount(),
+                     distributedBefore + 1);
             NotificationCenter::defaultCenter()->post(QStringLiteral("n"));
             NotificationCenter::distributedCenter()->post(QStringLiteral("n"));
         }
