@@ -17,11 +17,13 @@ constexpr int scriptCount = 500;
 
 int saveForever(const QString& dataFolder)
 {
-    Preferences::shared().setArguments(
-        {QStringLiteral("child"), QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), dataFolder});
+    Preferences::shared().setArguments({QStringLiteral("child"),
+                                        QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
+                                        dataFolder});
     ScriptList scripts;
     for (int i = 0; i < scriptCount; ++i)
-        scripts << Script::create(QStringLiteral("script %1").arg(i), QString(1024, QLatin1Char('a')), false);
+        scripts << Script::create(QStringLiteral("script %1").arg(i),
+                                  QString(1024, QLatin1Char('a')), false);
     ScriptsManager manager;
     manager.setScripts(scripts);
     for (int round = 0;; ++round) {
@@ -41,14 +43,18 @@ class TestAtomicSave : public QObject
 private slots:
     void killedSavesNeverLeaveAPartialLibrary()
     {
-        const QString dataFolder = QDir::tempPath() + QStringLiteral("/brambleworth-kill-%1").arg(QCoreApplication::applicationPid());
+        const QString dataFolder =
+            QDir::tempPath() +
+            QStringLiteral("/brambleworth-kill-%1").arg(QCoreApplication::applicationPid());
         QDir(dataFolder).removeRecursively();
-        const QString library = dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
+        const QString library =
+            dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
 
         int checked = 0;
         for (int attempt = 0; attempt < 40; ++attempt) {
             QProcess child;
-            child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--save-forever"), dataFolder});
+            child.start(QCoreApplication::applicationFilePath(),
+                        {QStringLiteral("--save-forever"), dataFolder});
             QVERIFY(child.waitForStarted());
             QTest::qSleep(5 + int(QRandomGenerator::global()->bounded(60)));
             child.kill();
