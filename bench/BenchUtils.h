@@ -20,7 +20,8 @@ inline BenchFigures benchFigures(QList<double> samples)
     std::sort(samples.begin(), samples.end());
     if (samples.isEmpty())
         return {};
-    return {samples.at(samples.size() / 2), samples.at(std::min<qsizetype>(samples.size() - 1, samples.size() * 9 / 10))};
+    return {samples.at(samples.size() / 2),
+            samples.at(std::min<qsizetype>(samples.size() - 1, samples.size() * 9 / 10))};
 }
 
 inline BenchFigures timeRuns(int runs, const std::function<void()>& work)
@@ -37,6 +38,7 @@ inline BenchFigures timeRuns(int runs, const std::function<void()>& work)
 
 inline void report(const char* what, const BenchFigures& figures, const char* goal = "")
 {
-    std::printf("%-52s median %9.3f ms   p90 %9.3f ms   %s\n", what, figures.median, figures.p90, goal);
+    std::printf("%-52s median %9.3f ms   p90 %9.3f ms   %s\n", what, figures.median, figures.p90,
+                goal);
     std::fflush(stdout);
 }

@@ -15,9 +15,13 @@ namespace {
 // About 1 KiB of ordinary shell text, quotes and line breaks included, so escaping is paid for.
 QString scriptText(int i)
 {
-    QString text = QStringLiteral("#!/bin/bash\n# script %1: back up \"projects\" and report\nset -euo pipefail\n").arg(i);
+    QString text =
+        QStringLiteral(
+            "#!/bin/bash\n# script %1: back up \"projects\" and report\nset -euo pipefail\n")
+            .arg(i);
     while (text.size() < 1024)
-        text += QStringLiteral("rsync -a --delete \"$HOME/projects/\" \"/mnt/backup/$(date +%F)/\" && echo \"done\\t$?\"\n");
+        text += QStringLiteral("rsync -a --delete \"$HOME/projects/\" \"/mnt/backup/$(date +%F)/\" "
+                               "&& echo \"done\\t$?\"\n");
     text.truncate(1024);
     return text;
 }
@@ -40,8 +44,9 @@ int main(int argc, char** argv)
 {
     QCoreApplication app(argc, argv);
     QTemporaryDir folder;
-    Preferences::shared().setArguments(
-        {QStringLiteral("bench"), QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), folder.path()});
+    Preferences::shared().setArguments({QStringLiteral("bench"),
+                                        QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
+                                        folder.path()});
     AppConfig::resetForTesting();
     AppLogger::setLevel(LogLevel::error);
 
@@ -52,7 +57,8 @@ int main(int argc, char** argv)
         const QByteArray label = QByteArray::number(count);
 
         const BenchFigures save = timeRuns(runs, [&] { manager.saveScripts(); });
-        report(("save " + label + " scripts of 1 KiB").constData(), save, count == 500 ? "(goal < 5 ms)" : "");
+        report(("save " + label + " scripts of 1 KiB").constData(), save,
+               count == 500 ? "(goal < 5 ms)" : "");
 
         const BenchFigures load = timeRuns(runs, [&] {
             ScriptsManager reader;

@@ -20,8 +20,7 @@ int hexValue(char c)
 
 JsonReader::JsonReader(QByteArrayView data)
     : m_begin(data.data()), m_p(data.data()), m_end(data.data() + data.size())
-{
-}
+{}
 
 bool JsonReader::fail(const QString& message)
 {
@@ -137,7 +136,8 @@ bool JsonReader::scanString(QByteArray* raw, QString* text)
     QByteArray pieces;
     bool escaped = false;
     for (;;) {
-        while (m_p < m_end && *m_p != '"' && *m_p != '\\' && static_cast<unsigned char>(*m_p) >= 0x20)
+        while (m_p < m_end && *m_p != '"' && *m_p != '\\' &&
+               static_cast<unsigned char>(*m_p) >= 0x20)
             ++m_p;
         if (m_p >= m_end)
             return fail(QStringLiteral("unterminated string"));
@@ -190,7 +190,8 @@ bool JsonReader::scanString(QByteArray* raw, QString* text)
             char32_t unit = 0;
             if (!readUnit(unit))
                 return fail(QStringLiteral("bad \\u escape"));
-            if (unit >= 0xD800 && unit <= 0xDBFF && m_end - m_p >= 6 && m_p[0] == '\\' && m_p[1] == 'u') {
+            if (unit >= 0xD800 && unit <= 0xDBFF && m_end - m_p >= 6 && m_p[0] == '\\' &&
+                m_p[1] == 'u') {
                 const char* save = m_p;
                 m_p += 2;
                 char32_t low = 0;

@@ -11,7 +11,16 @@
 class JsonReader
 {
 public:
-    enum class Type { Object, Array, String, Number, Boolean, Null, Invalid };
+    enum class Type
+    {
+        Object,
+        Array,
+        String,
+        Number,
+        Boolean,
+        Null,
+        Invalid
+    };
 
     explicit JsonReader(QByteArrayView data);
 
@@ -37,7 +46,11 @@ public:
     bool fail(const QString& message);
 
 private:
-    enum class Container { Array, Object };
+    enum class Container
+    {
+        Array,
+        Object
+    };
 
     void skipWhitespace();
     bool expect(char c);
