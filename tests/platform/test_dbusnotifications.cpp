@@ -31,11 +31,13 @@ private slots:
         QVERIFY(listener.waitForReadyRead(10000)); // "ready"
         listener.readAllStandardOutput();
 
-        NotificationCenter::distributedCenter()->post(QStringLiteral("KeyboardLayoutChanged"), QStringLiteral("us"),
+        NotificationCenter::distributedCenter()->post(QStringLiteral("KeyboardLayoutChanged"),
+                                                      QStringLiteral("us"),
                                                       {{QStringLiteral("group"), 2}});
         QVERIFY(listener.waitForFinished(10000));
         QCOMPARE(listener.exitCode(), 0);
-        QCOMPARE(QString::fromUtf8(listener.readAllStandardOutput()), QStringLiteral("KeyboardLayoutChanged us 2\n"));
+        QCOMPARE(QString::fromUtf8(listener.readAllStandardOutput()),
+                 QStringLiteral("KeyboardLayoutChanged us 2\n"));
     }
 
     void ourOwnPostsArriveOnceAndOthersArriveToo()
@@ -46,7 +48,8 @@ private slots:
         QCOMPARE(seen, QStringList{QStringLiteral("Mine")});
 
         QProcess poster;
-        poster.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--post"), QStringLiteral("Theirs")});
+        poster.start(QCoreApplication::applicationFilePath(),
+                     {QStringLiteral("--post"), QStringLiteral("Theirs")});
         QVERIFY(poster.waitForFinished(10000));
         QTRY_COMPARE(seen, (QStringList{QStringLiteral("Mine"), QStringLiteral("Theirs")}));
         QTest::qWait(100);
@@ -61,7 +64,10 @@ private:
             token = NotificationCenter::distributedCenter()->addObserver(
                 {}, {}, nullptr, [&seen](const Notification& n) { seen << n.name; });
         }
-        ~DistributedObserverHolder() { NotificationCenter::distributedCenter()->removeObserver(token); }
+        ~DistributedObserverHolder()
+        {
+            NotificationCenter::distributedCenter()->removeObserver(token);
+        }
         NotificationCenter::Token token;
     };
 };
@@ -74,7 +80,8 @@ static int child(const QStringList& arguments)
         center->post(arguments.at(2));
         QDBusConnection::sessionBus().call(QDBusMessage::createMethodCall(
             QStringLiteral("org.freedesktop.DBus"), QStringLiteral("/org/freedesktop/DBus"),
-            QStringLiteral("org.freedesktop.DBus.Peer"), QStringLiteral("Ping"))); // flushes the signal
+            QStringLiteral("org.freedesktop.DBus.Peer"),
+            QStringLiteral("Ping"))); // flushes the signal
         return 0;
     }
     center->addObserver({}, {}, nullptr, [](const Notification& n) {

@@ -19,14 +19,17 @@ DBusNotificationCenter::DBusNotificationCenter(QDBusConnection connection, QObje
     : NotificationCenter(parent), m_connection(std::move(connection))
 {
     if (!m_connection.isConnected()) {
-        AppLogger::debug(QStringLiteral("no D-Bus session bus: notifications stay in this process"));
+        AppLogger::debug(
+            QStringLiteral("no D-Bus session bus: notifications stay in this process"));
         return;
     }
     // QtDBus names slots by signature; there is no typed form of this call.
-    m_connected = m_connection.connect(QString(), objectPath(), interfaceName(), QStringLiteral("Posted"), this,
-                                       SLOT(onPosted(QString, QString, QVariantMap)));
+    m_connected =
+        m_connection.connect(QString(), objectPath(), interfaceName(), QStringLiteral("Posted"),
+                             this, SLOT(onPosted(QString, QString, QVariantMap)));
     if (!m_connected)
-        AppLogger::error(QStringLiteral("cannot listen for session notifications: ") + m_connection.lastError().message());
+        AppLogger::error(QStringLiteral("cannot listen for session notifications: ") +
+                         m_connection.lastError().message());
 }
 
 DBusNotificationCenter* DBusNotificationCenter::install(QObject* parent)
@@ -44,12 +47,14 @@ void DBusNotificationCenter::post(const Notification& notification)
     QVariantMap info;
     for (auto it = notification.userInfo.cbegin(); it != notification.userInfo.cend(); ++it)
         info.insert(it.key(), it.value().toString());
-    QDBusMessage signal = QDBusMessage::createSignal(objectPath(), interfaceName(), QStringLiteral("Posted"));
+    QDBusMessage signal =
+        QDBusMessage::createSignal(objectPath(), interfaceName(), QStringLiteral("Posted"));
     signal << notification.name << notification.object.toString() << info;
     m_connection.send(signal);
 }
 
-void DBusNotificationCenter::onPosted(const QString& name, const QString& object, const QVariantMap& userInfo)
+void DBusNotificationCenter::onPosted(const QString& name, const QString& object,
+                                      const QVariantMap& userInfo)
 {
     // Our own signals come back from the bus; they were delivered when posted.
     if (calledFromDBus() && message().service() == m_connection.baseService())
