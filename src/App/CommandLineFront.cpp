@@ -2,10 +2,12 @@
 #include "App/CommandLineFront.h"
 
 #include "App/Preferences.h"
+#include "Execution/ScriptExecutorManager.h"
 #include "Model/ScriptsManager.h"
 #include "QuillonCommons/AppLogger.h"
 
 #include <QCommandLineParser>
+#include <QEventLoop>
 
 #include <cstdio>
 
@@ -25,8 +27,13 @@ void CommandLineFront::loadLibrary(ScriptsManager& manager)
 
 QString CommandLineFront::listing(const ScriptsManager& manager)
 {
+    return listing(manager.scripts());
+}
+
+QString CommandLineFront::listing(const ScriptList& scripts)
+{
     QString text;
-    for (const ScriptPtr& script : manager.scripts()) {
+    for (const ScriptPtr& script : scripts) {
         text += script->id() + QLatin1Char('\t') + script->name() + QLatin1Char('\t') +
                 script->category() + QLatin1Char('\n');
     }
@@ -46,7 +53,13 @@ int CommandLineFront::run(const QStringList& arguments)
                                         QStringLiteral("Print the library: id, name and category, tab-separated."));
     const QCommandLineOption verboseOption(QStringLiteral("verbose"),
                                            QStringLiteral("Log progress messages to standard error too."));
+    const QCommandLineOption runOption(
+        QStringLiteral("run"),
+        QStringLiteral("Run the script with this id or name, print its output as it comes and exit "
+                       "with its exit status."),
+        QStringLiteral("NAME_OR_ID"));
     parser.addOption(listOption);
+    parser.addOption(runOption);
     parser.addOption(verboseOption);
 
     if (!parser.parse(arguments)) {
@@ -67,7 +80,65 @@ int CommandLineFront::run(const QStringList& arguments)
 
     ScriptsManager& manager = ScriptsManager::shared();
     loadLibrary(manager);
+    if (parser.isSet(runOption))
+        return runScript(manager, parser.value(runOption));
     m_out << listing(manager);
     m_out.flush();
     return 0;
+}
+
+ScriptList CommandLineFront::find(const ScriptsManager& manager, const QString& nameOrId)
+{
+    if (ScriptPtr script = manager.script(nameOrId))
+        return {script};
+    ScriptList matches;
+    for (const ScriptPtr& script : manager.scripts()) {
+        if (script->name() == nameOrId)
+            matches.append(script);
+    }
+    return matches;
+}
+
+int CommandLineFront::runScript(ScriptsManager& manager, const QString& nameOrId)
+{
+    const ScriptList matches = find(manager, nameOrId);
+    if (matches.isEmpty()) {
+        m_err << "brambleworth: no script has the id or name “" << nameOrId << "”." << Qt::endl;
+        return 1;
+    }
+    if (matches.size() > 1) {
+        m_err << "brambleworth: " << matches.size() << " scripts are named “" << nameOrId
+              << "”; run one of them by its id:" << Qt::endl;
+        m_err << listing(matches);
+        m_err.flush();
+        return 1;
+    }
+
+    const ScriptPtr& script = matches.first();
+    ScriptExecutorManager executor;
+    try {
+        executor.startExecution(script);
+    } catch (const AppError& error) {
+        QString message = error.description();
+        if (message.endsWith(QLatin1Char('.')))
+            message.chop(1);
+        if (!error.failureReason().isEmpty())
+            message += QStringLiteral(": ") + error.failureReason();
+        m_err << "brambleworth: cannot run “" << script->name() << "”: " << message << Qt::endl;
+        return 1;
+    }
+
+    const RunningScriptPtr run = executor.runningScripts().last();
+    QEventLoop loop;
+    qsizetype written = 0;
+    QObject::connect(run.get(), &RunningScript::logsChanged, &loop, [this, &written](const QString& logs) {
+        m_out << QStringView(logs).mid(written);
+        m_out.flush();
+        written = logs.size();
+    });
+    QObject::connect(run.get(), &RunningScript::terminated, &loop,
+                     [&loop](const ScriptProcess::Termination& termination) {
+                         loop.exit(termination.shellStatus());
+                     });
+    return loop.exec();
 }
