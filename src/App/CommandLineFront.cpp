@@ -13,8 +13,7 @@
 
 CommandLineFront::CommandLineFront()
     : m_stdout(stdout), m_stderr(stderr), m_out(m_stdout), m_err(m_stderr)
-{
-}
+{}
 
 CommandLineFront::CommandLineFront(QTextStream& out, QTextStream& err) : m_out(out), m_err(err) {}
 
@@ -49,10 +48,11 @@ int CommandLineFront::run(const QStringList& arguments)
                        "-CUSTOM_APPLICATION_SUPPORT_DIRECTORY /tmp/x -IncludeBuiltInScripts NO."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption versionOption = parser.addVersionOption();
-    const QCommandLineOption listOption(QStringLiteral("list"),
-                                        QStringLiteral("Print the library: id, name and category, tab-separated."));
-    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
-                                           QStringLiteral("Log progress messages to standard error too."));
+    const QCommandLineOption listOption(
+        QStringLiteral("list"),
+        QStringLiteral("Print the library: id, name and category, tab-separated."));
+    const QCommandLineOption verboseOption(
+        QStringLiteral("verbose"), QStringLiteral("Log progress messages to standard error too."));
     const QCommandLineOption runOption(
         QStringLiteral("run"),
         QStringLiteral("Run the script with this id or name, print its output as it comes and exit "
@@ -72,7 +72,8 @@ int CommandLineFront::run(const QStringList& arguments)
         return 0;
     }
     if (parser.isSet(versionOption)) {
-        m_out << QCoreApplication::applicationName() << ' ' << QCoreApplication::applicationVersion() << Qt::endl;
+        m_out << QCoreApplication::applicationName() << ' '
+              << QCoreApplication::applicationVersion() << Qt::endl;
         return 0;
     }
     // A terminal wants the output it asked for; progress lines only on request.
@@ -131,11 +132,12 @@ int CommandLineFront::runScript(ScriptsManager& manager, const QString& nameOrId
     const RunningScriptPtr run = executor.runningScripts().last();
     QEventLoop loop;
     qsizetype written = 0;
-    QObject::connect(run.get(), &RunningScript::logsChanged, &loop, [this, &written](const QString& logs) {
-        m_out << QStringView(logs).mid(written);
-        m_out.flush();
-        written = logs.size();
-    });
+    QObject::connect(run.get(), &RunningScript::logsChanged, &loop,
+                     [this, &written](const QString& logs) {
+                         m_out << QStringView(logs).mid(written);
+                         m_out.flush();
+                         written = logs.size();
+                     });
     QObject::connect(run.get(), &RunningScript::terminated, &loop,
                      [&loop](const ScriptProcess::Termination& termination) {
                          loop.exit(termination.shellStatus());

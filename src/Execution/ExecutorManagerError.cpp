@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Execution/ExecutorManagerError.h"
 
-ExecutorManagerError::ExecutorManagerError(Case errorCase) : AppError(describe(errorCase)), m_case(errorCase) {}
+ExecutorManagerError::ExecutorManagerError(Case errorCase)
+    : AppError(describe(errorCase)), m_case(errorCase)
+{}
 
 QString ExecutorManagerError::describe(Case errorCase)
 {

@@ -8,7 +8,12 @@
 class ExecutorManagerError : public AppError
 {
 public:
-    enum class Case { inconsistency, scriptIsEmpty, internalError };
+    enum class Case
+    {
+        inconsistency,
+        scriptIsEmpty,
+        internalError
+    };
     using enum Case;
 
     explicit ExecutorManagerError(Case errorCase);

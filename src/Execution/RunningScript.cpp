@@ -8,8 +8,7 @@
 RunningScript::RunningScript(const QString& name, const std::shared_ptr<ScriptProcess>& /*process*/)
     : m_id(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()), m_name(name),
       m_startDate(QDateTime::currentDateTime())
-{
-}
+{}
 
 // The connection to the process's output goes with this object; the process itself carries on
 // reading its pipes to their end, so the child never blocks on a pipe nobody empties.

@@ -19,14 +19,16 @@ mode_t readPermissions(const QString& path)
 {
     struct stat info;
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
-        throw AppError::fromErrno(errno, QStringLiteral("The attributes of “%1” couldn’t be read.").arg(path));
+        throw AppError::fromErrno(
+            errno, QStringLiteral("The attributes of “%1” couldn’t be read.").arg(path));
     return info.st_mode & 07777;
 }
 
 void setPermissions(const QString& path, mode_t permissions)
 {
     if (::chmod(QFile::encodeName(path).constData(), permissions) != 0)
-        throw AppError::fromErrno(errno, QStringLiteral("The permissions of “%1” couldn’t be changed.").arg(path));
+        throw AppError::fromErrno(
+            errno, QStringLiteral("The permissions of “%1” couldn’t be changed.").arg(path));
 }
 
 } // namespace
@@ -84,12 +86,14 @@ void ScriptExecutorManager::startExecution(const ScriptPtr& script)
 }
 
 void ScriptExecutorManager::processEnded(const QPointer<ScriptExecutorManager>& executor,
-                                         const ScriptPtr& script, const std::weak_ptr<RunningScript>& run,
+                                         const ScriptPtr& script,
+                                         const std::weak_ptr<RunningScript>& run,
                                          const QString& scriptFile,
                                          const ScriptProcess::Termination& termination)
 {
-    AppLogger::debug(QStringLiteral("script ") + script->name() + QStringLiteral(" ended with code ") +
-                     QString::number(termination.status) + QStringLiteral(")"));
+    AppLogger::debug(QStringLiteral("script ") + script->name() +
+                     QStringLiteral(" ended with code ") + QString::number(termination.status) +
+                     QStringLiteral(")"));
 
     const RunningScriptPtr runningScript = run.lock();
     if (runningScript) {
@@ -124,7 +128,8 @@ void ScriptExecutorManager::stop(const RunningScriptPtr& runningScript)
     runningScript->setIsRunning(false);
 
     const QString id = runningScript->id();
-    m_runningScripts.removeIf([&id](const RunningScriptPtr& element) { return element->id() == id; });
+    m_runningScripts.removeIf(
+        [&id](const RunningScriptPtr& element) { return element->id() == id; });
     const RunningScriptList snapshot = m_runningScripts;
     emit runningScriptsChanged(snapshot);
 }

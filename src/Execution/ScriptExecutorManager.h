@@ -33,8 +33,9 @@ signals:
 private:
     // Runs whether or not the executor still exists: a run's end is logged and its file's
     // permissions restored even after the application has let go of it.
-    static void processEnded(const QPointer<ScriptExecutorManager>& executor, const ScriptPtr& script,
-                             const std::weak_ptr<RunningScript>& run, const QString& scriptFile,
+    static void processEnded(const QPointer<ScriptExecutorManager>& executor,
+                             const ScriptPtr& script, const std::weak_ptr<RunningScript>& run,
+                             const QString& scriptFile,
                              const ScriptProcess::Termination& termination);
 
     RunningScriptList m_runningScripts;

@@ -72,9 +72,8 @@ public:
 std::shared_ptr<ScriptProcess> ScriptProcess::create()
 {
     // The last handle may go while a signal of this object is being delivered.
-    return std::shared_ptr<ScriptProcess>(new ScriptProcess, [](ScriptProcess* process) {
-        process->deleteLater();
-    });
+    return std::shared_ptr<ScriptProcess>(new ScriptProcess,
+                                          [](ScriptProcess* process) { process->deleteLater(); });
 }
 
 ScriptProcess::ScriptProcess() = default;
@@ -104,7 +103,8 @@ void ScriptProcess::launch()
     if (::pipe2(out, O_CLOEXEC) != 0 || ::pipe2(err, O_CLOEXEC) != 0) {
         const int error = errno;
         closeAll();
-        throw AppError::fromErrno(error, QStringLiteral("Cannot create the output pipes of “%1”.").arg(m_program));
+        throw AppError::fromErrno(
+            error, QStringLiteral("Cannot create the output pipes of “%1”.").arg(m_program));
     }
 
     SpawnSetup setup;
@@ -139,7 +139,8 @@ void ScriptProcess::launch()
     closeQuietly(err[1]);
     if (spawnError != 0) {
         closeAll();
-        throw AppError::fromErrno(spawnError, QStringLiteral("The script “%1” couldn’t be started.").arg(m_program));
+        throw AppError::fromErrno(
+            spawnError, QStringLiteral("The script “%1” couldn’t be started.").arg(m_program));
     }
 
     m_pid = pid;
@@ -163,10 +164,12 @@ void ScriptProcess::launch()
     m_pidfd = openPidfd(pid);
     if (m_pidfd >= 0) {
         m_childNotifier = new QSocketNotifier(m_pidfd, QSocketNotifier::Read, this);
-        connect(m_childNotifier, &QSocketNotifier::activated, this, &ScriptProcess::onChildReadable);
+        connect(m_childNotifier, &QSocketNotifier::activated, this,
+                &ScriptProcess::onChildReadable);
     } else {
         // Kernels before 5.3 have no pidfd: look for the end of the child now and then.
-        AppLogger::error(AppError::fromErrno(errno, QStringLiteral("pidfd_open")), QStringLiteral("launch()"), __LINE__);
+        AppLogger::error(AppError::fromErrno(errno, QStringLiteral("pidfd_open")),
+                         QStringLiteral("launch()"), __LINE__);
         auto* timer = new QTimer(this);
         connect(timer, &QTimer::timeout, this, &ScriptProcess::onChildReadable);
         timer->start(50);
@@ -193,8 +196,9 @@ void ScriptProcess::onChildReadable()
     Termination termination;
     if (result != 0) {
         // Someone else reaped the child: its status is lost.
-        AppLogger::error(AppError::fromErrno(errno, QStringLiteral("waitid for process %1").arg(m_pid)),
-                         QStringLiteral("onChildReadable()"), __LINE__);
+        AppLogger::error(
+            AppError::fromErrno(errno, QStringLiteral("waitid for process %1").arg(m_pid)),
+            QStringLiteral("onChildReadable()"), __LINE__);
         termination.status = -1;
     } else if (info.si_pid == 0) {
         return;

@@ -26,7 +26,11 @@ class ScriptProcess : public QObject, public std::enable_shared_from_this<Script
 {
     Q_OBJECT
 public:
-    enum class Channel { standardOutput, standardError };
+    enum class Channel
+    {
+        standardOutput,
+        standardError
+    };
 
     struct Termination
     {
