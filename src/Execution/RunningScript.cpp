@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Execution/RunningScript.h"
 
-#include "QuillonCommons/Utf8.h"
-
+#include <QStringDecoder>
 #include <QUuid>
+
+#include <algorithm>
 
 RunningScript::RunningScript(const QString& name, const std::shared_ptr<ScriptProcess>& /*process*/)
     : m_id(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()), m_name(name),
@@ -37,13 +38,24 @@ void RunningScript::setTermination(const ScriptProcess::Termination& termination
     emit terminated(termination);
 }
 
-void RunningScript::appendOutput(const QByteArray& chunk)
+void RunningScript::appendOutput(QByteArrayView chunk)
 {
-    // A chunk that is not UTF-8 on its own (a character split between two reads included) is
-    // lost whole rather than shown as replacement characters.
-    const std::optional<QString> text = Utf8::decode(chunk);
-    if (!text || text->isEmpty())
+    // Decoded straight into the end of the log, which grows geometrically: no temporary text and
+    // no copy of the log per chunk. A chunk that is not UTF-8 on its own (a character split
+    // between two reads included) is lost whole rather than shown as replacement characters;
+    // the decoding is the strict, stateless one of Utf8::decode.
+    const qsizetype oldSize = m_logs.size();
+    const qsizetype largest = oldSize + chunk.size(); // never more UTF-16 units than UTF-8 bytes
+    if (largest > m_logs.capacity())
+        m_logs.reserve(std::max(largest, 2 * m_logs.capacity()));
+    m_logs.resize(largest);
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+    const QChar* end = decoder.appendToBuffer(m_logs.data() + oldSize, chunk);
+    const qsizetype newSize = end - m_logs.constData();
+    if (decoder.hasError() || newSize == oldSize) {
+        m_logs.resize(oldSize);
         return;
-    m_logs += *text;
+    }
+    m_logs.resize(newSize);
     emit logsChanged(m_logs);
 }

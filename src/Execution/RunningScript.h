@@ -51,12 +51,13 @@ public:
 
 signals:
     void isRunningChanged(bool isRunning);
-    // The whole text after every appended chunk; shared, never copied per chunk.
+    // The whole text after every appended chunk, by reference. A subscriber that keeps a copy
+    // makes the next append copy the whole log: keep the length seen last and read what follows.
     void logsChanged(const QString& logs);
     void terminated(const ScriptProcess::Termination& termination);
 
 private:
-    void appendOutput(const QByteArray& chunk);
+    void appendOutput(QByteArrayView chunk);
 
     QString m_id;
     QString m_name;

@@ -239,7 +239,7 @@ bool ScriptProcess::readChunk(Channel channel)
             r.enlarged = true;
             ::fcntl(r.fd, F_SETPIPE_SZ, fastPipeSize);
         }
-        emit outputRead(QByteArray(buffer.data(), n), channel);
+        emit outputRead(QByteArrayView(buffer.data(), n), channel);
         return true;
     }
     if (n < 0 && errno == EAGAIN)

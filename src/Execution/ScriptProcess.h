@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
-#include <QByteArray>
+#include <QByteArrayView>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -68,9 +68,9 @@ public:
     void interrupt();
 
 signals:
-    // A chunk as read, valid only during the call (copy it to keep it). Chunks of one channel
-    // arrive in order.
-    void outputRead(const QByteArray& chunk, ScriptProcess::Channel channel);
+    // A chunk as read, straight from the read buffer: valid only during the call (copy it to
+    // keep it). Chunks of one channel arrive in order.
+    void outputRead(QByteArrayView chunk, ScriptProcess::Channel channel);
     // Emitted once, after the output the child wrote before it ended has been delivered.
     void finished(const ScriptProcess::Termination& termination);
 
