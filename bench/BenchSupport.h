@@ -57,10 +57,14 @@ inline bool hasZombieChild()
 // Runs the event loop until `done` answers true or `timeoutMs` passes; answers `done()`.
 inline bool spinUntil(const std::function<bool()>& done, int timeoutMs)
 {
+    // Sleeps in the event loop between events (processEvents with a time limit would spin), with
+    // a timer to wake it for the deadline.
     QElapsedTimer clock;
     clock.start();
+    QTimer wakeUp;
+    wakeUp.start(std::min(timeoutMs, 100));
     while (!done() && clock.elapsed() < timeoutMs)
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
     return done();
 }
 
