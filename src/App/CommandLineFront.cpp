@@ -8,8 +8,75 @@
 
 #include <QCommandLineParser>
 #include <QEventLoop>
+#include <QSocketNotifier>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
+#include <fcntl.h>
+#include <iterator>
+#include <memory>
+#include <unistd.h>
+
+namespace {
+
+// The script runs in a session of its own, out of reach of the terminal's interrupt key: while
+// brambleworth waits for it, the signals that would end brambleworth are passed on to it as an
+// interrupt instead, and brambleworth ends with the script.
+class InterruptForwarding
+{
+public:
+    InterruptForwarding()
+    {
+        if (::pipe2(s_pipe, O_CLOEXEC | O_NONBLOCK) != 0)
+            return;
+        struct sigaction action
+        {};
+        action.sa_handler = &InterruptForwarding::onSignal;
+        sigemptyset(&action.sa_mask);
+        action.sa_flags = SA_RESTART;
+        for (size_t i = 0; i < std::size(s_signals); ++i)
+            ::sigaction(s_signals[i], &action, &m_previous[i]);
+        m_notifier = std::make_unique<QSocketNotifier>(s_pipe[0], QSocketNotifier::Read);
+    }
+    ~InterruptForwarding()
+    {
+        if (!m_notifier)
+            return;
+        m_notifier.reset();
+        for (size_t i = 0; i < std::size(s_signals); ++i)
+            ::sigaction(s_signals[i], &m_previous[i], nullptr);
+        ::close(s_pipe[0]);
+        ::close(s_pipe[1]);
+        s_pipe[0] = s_pipe[1] = -1;
+    }
+    InterruptForwarding(const InterruptForwarding&) = delete;
+    InterruptForwarding& operator=(const InterruptForwarding&) = delete;
+
+    QSocketNotifier* notifier() const { return m_notifier.get(); }
+    static void drain()
+    {
+        char bytes[64];
+        while (::read(s_pipe[0], bytes, sizeof bytes) > 0) {
+        }
+    }
+
+private:
+    static void onSignal(int)
+    {
+        const int saved = errno;
+        const char byte = 1;
+        [[maybe_unused]] const ssize_t written = ::write(s_pipe[1], &byte, 1);
+        errno = saved;
+    }
+
+    static constexpr int s_signals[] = {SIGINT, SIGTERM, SIGHUP};
+    static inline int s_pipe[2] = {-1, -1};
+    struct sigaction m_previous[std::size(s_signals)] = {};
+    std::unique_ptr<QSocketNotifier> m_notifier;
+};
+
+} // namespace
 
 CommandLineFront::CommandLineFront()
     : m_stdout(stdout), m_stderr(stderr), m_out(m_stdout), m_err(m_stderr)
@@ -131,6 +198,14 @@ int CommandLineFront::runScript(ScriptsManager& manager, const QString& nameOrId
 
     const RunningScriptPtr run = executor.runningScripts().last();
     QEventLoop loop;
+    InterruptForwarding forwarding;
+    if (forwarding.notifier()) {
+        QObject::connect(forwarding.notifier(), &QSocketNotifier::activated, &loop, [&run] {
+            InterruptForwarding::drain();
+            if (std::shared_ptr<ScriptProcess> process = run->process())
+                process->interrupt();
+        });
+    }
     qsizetype written = 0;
     QObject::connect(run.get(), &RunningScript::logsChanged, &loop,
                      [this, &written](const QString& logs) {

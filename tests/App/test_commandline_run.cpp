@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include <cerrno>
+#include <csignal>
 #include <cstring>
 
 // Drives the built program the way a terminal does: `brambleworth --run NAME_OR_ID`.
@@ -25,6 +26,8 @@ private slots:
     void refusesWithOneLine();
     void ambiguousNameRunsNothing();
     void outputIsStreamedWhileTheScriptRuns();
+    void interruptIsPassedOnToTheScript_data();
+    void interruptIsPassedOnToTheScript();
 
 private:
     struct Result
@@ -76,6 +79,11 @@ void TestCommandLineRun::initTestCase()
         QStringLiteral("#!/bin/sh\nprintf 'first\\n'\nwhile [ ! -e '%1' ]; do sleep 0.05; done\n"
                        "printf 'second\\n'\n")
             .arg(m_folder.path() + QStringLiteral("/go")));
+
+    addScript(
+        QStringLiteral("ID-SLEEPER"), QStringLiteral("sleeper"),
+        QStringLiteral("#!/bin/sh\necho $$ > '%1'\nprintf 'ready\\n'\nsleep 30\nprintf 'woke\\n'\n")
+            .arg(m_folder.path() + QStringLiteral("/sleeper.pid")));
 
     JsonWriter json;
     json.beginArray();
@@ -207,6 +215,44 @@ void TestCommandLineRun::outputIsStreamedWhileTheScriptRuns()
     out += process.readAllStandardOutput();
     QCOMPARE(out, QByteArray("first\nsecond\n"));
     QCOMPARE(process.exitCode(), 0);
+}
+
+void TestCommandLineRun::interruptIsPassedOnToTheScript_data()
+{
+    QTest::addColumn<int>("signal");
+    QTest::newRow("interrupt key") << SIGINT;
+    QTest::newRow("termination request") << SIGTERM;
+}
+
+void TestCommandLineRun::interruptIsPassedOnToTheScript()
+{
+    QFETCH(int, signal);
+    QProcess process;
+    process.start(QStringLiteral(BRAMBLEWORTH_BINARY), arguments(QStringLiteral("sleeper")));
+    QVERIFY(process.waitForStarted());
+    QByteArray out;
+    QTRY_VERIFY_WITH_TIMEOUT((out += process.readAllStandardOutput()) == "ready\n", 10000);
+    const pid_t script = TestEnvironment::readFile(m_folder.path() + QStringLiteral("/sleeper.pid"))
+                             .trimmed()
+                             .toInt();
+    QVERIFY(script > 0);
+    // Wait for `sleep` to run: an interrupt that lands while the shell is between fork and exec
+    // is lost on the way, and the shell then goes on with the script.
+    const QString children = QStringLiteral("/proc/%1/task/%1/children").arg(script);
+    QTRY_VERIFY_WITH_TIMEOUT(!TestEnvironment::readFile(children).trimmed().isEmpty(), 10000);
+    const QByteArray child = TestEnvironment::readFile(children).trimmed().split(' ').first();
+    QTRY_COMPARE_WITH_TIMEOUT(
+        TestEnvironment::readFile(QStringLiteral("/proc/%1/comm").arg(QString::fromLatin1(child)))
+            .trimmed(),
+        QByteArray("sleep"), 10000);
+
+    ::kill(pid_t(process.processId()), signal);
+    QVERIFY(process.waitForFinished(10000));
+    // The script got an interrupt whatever brambleworth was sent, and brambleworth ended with it.
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 128 + SIGINT);
+    QCOMPARE(out + process.readAllStandardOutput(), QByteArray("ready\n"));
+    QTRY_VERIFY_WITH_TIMEOUT(::kill(script, 0) != 0, 5000);
 }
 
 BRAMBLEWORTH_TEST_MAIN(TestCommandLineRun)

@@ -58,6 +58,19 @@ bool hasZombieChild()
     return info.si_pid != 0;
 }
 
+// The command name of the first child of `pid`, once it has one.
+QByteArray firstChildCommand(pid_t pid)
+{
+    const QByteArray children =
+        TestEnvironment::readFile(QStringLiteral("/proc/%1/task/%1/children").arg(pid)).trimmed();
+    if (children.isEmpty())
+        return {};
+    const QByteArray child = children.split(' ').first();
+    return TestEnvironment::readFile(
+               QStringLiteral("/proc/%1/comm").arg(QString::fromLatin1(child)))
+        .trimmed();
+}
+
 bool ended(const RunningScriptPtr& run)
 {
     return run->termination().has_value();
@@ -353,6 +366,9 @@ void TestScriptExecutor::stopInterruptsAndRemovesAtOnce()
     QVERIFY(run);
     QTRY_COMPARE_WITH_TIMEOUT(run->logs(), QStringLiteral("ready\n"), runTimeout);
     const pid_t pid = run->process()->processIdentifier();
+    // Only once `sleep` runs is the shell waiting for it: earlier, an interrupt can land while
+    // the shell is between fork and exec, and the shell then goes on with the script.
+    QTRY_COMPARE_WITH_TIMEOUT(firstChildCommand(pid), QByteArray("sleep"), runTimeout);
     QSignalSpy listSpy(m_executor.get(), &ScriptExecutorManager::runningScriptsChanged);
 
     m_executor->stop(run);
