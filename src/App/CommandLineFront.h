@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "Model/Script.h"
+
 #include <QStringList>
 #include <QTextStream>
 
 class ScriptsManager;
 
-// brambleworth --list | --help | --version: the library from a terminal.
+// brambleworth --list | --run NAME_OR_ID | --help | --version: the library from a terminal.
 class CommandLineFront
 {
 public:
@@ -20,8 +22,15 @@ public:
     static void loadLibrary(ScriptsManager& manager);
     // One line a script: id, name, category, separated by tabs.
     static QString listing(const ScriptsManager& manager);
+    static QString listing(const ScriptList& scripts);
+    // The script with this id, else every script with exactly this name.
+    static ScriptList find(const ScriptsManager& manager, const QString& nameOrId);
 
 private:
+    // Runs the script through the executor, passing its output through as it arrives; answers
+    // the script's exit status, or 1 when it cannot be found or started.
+    int runScript(ScriptsManager& manager, const QString& nameOrId);
+
     QTextStream m_stdout;
     QTextStream m_stderr;
     QTextStream& m_out;

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QTimer>
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <sys/wait.h>
+#include <time.h>
+#include <vector>
+
+namespace bench {
+
+inline std::int64_t monotonicNs()
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return std::int64_t(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+inline double percentile(std::vector<double> values, double fraction)
+{
+    if (values.empty())
+        return 0;
+    std::sort(values.begin(), values.end());
+    const size_t index =
+        std::min(values.size() - 1, size_t(fraction * double(values.size() - 1) + 0.5));
+    return values[index];
+}
+
+inline double median(const std::vector<double>& values)
+{
+    return percentile(values, 0.5);
+}
+
+inline int openFileDescriptors()
+{
+    return int(QDir(QStringLiteral("/proc/self/fd"))
+                   .entryList(QDir::AllEntries | QDir::NoDotAndDotDot)
+                   .size());
+}
+
+// True when a child of this process has ended and not been reaped.
+inline bool hasZombieChild()
+{
+    siginfo_t info{};
+    if (::waitid(P_ALL, 0, &info, WEXITED | WNOHANG | WNOWAIT) != 0)
+        return false;
+    return info.si_pid != 0;
+}
+
+// Runs the event loop until `done` answers true or `timeoutMs` passes; answers `done()`.
+inline bool spinUntil(const std::function<bool()>& done, int timeoutMs)
+{
+    // Sleeps in the event loop between events (processEvents with a time limit would spin), with
+    // a timer to wake it for the deadline.
+    QElapsedTimer clock;
+    clock.start();
+    QTimer wakeUp;
+    wakeUp.start(std::min(timeoutMs, 100));
+    while (!done() && clock.elapsed() < timeoutMs)
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    return done();
+}
+
+// The longest interval between ticks of a 10 ms timer: how long the event loop was busy.
+class StallMeter
+{
+public:
+    StallMeter()
+    {
+        m_timer.setTimerType(Qt::PreciseTimer);
+        m_timer.setInterval(10);
+        QObject::connect(&m_timer, &QTimer::timeout, [this] {
+            const std::int64_t now = monotonicNs();
+            m_longestGapNs = std::max(m_longestGapNs, now - m_lastTick);
+            m_lastTick = now;
+        });
+    }
+    void start()
+    {
+        m_longestGapNs = 0;
+        m_lastTick = monotonicNs();
+        m_timer.start();
+    }
+    void stop() { m_timer.stop(); }
+    double longestGapMs() const { return double(m_longestGapNs) / 1e6; }
+
+private:
+    QTimer m_timer;
+    std::int64_t m_lastTick = 0;
+    std::int64_t m_longestGapNs = 0;
+};
+
+} // namespace bench

@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Output capture: a script that writes 100 MiB to standard output as fast as it can, captured
+// into its run's log, against `cat` of the same bytes to /dev/null; and how long the event loop
+// was kept busy meanwhile.
+#include "BenchSupport.h"
+
+#include "Execution/ScriptExecutorManager.h"
+#include "QuillonCommons/AppLogger.h"
+
+#include <QFile>
+#include <QStringDecoder>
+#include <QTemporaryDir>
+
+#include <cstdio>
+#include <spawn.h>
+#include <sys/resource.h>
+
+extern char** environ;
+
+namespace {
+
+constexpr qint64 totalBytes = 100 * 1024 * 1024;
+constexpr int repetitions = 5;
+
+double cpuSecondsOfThisProcess()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+double shellSeconds(const QByteArray& command)
+{
+    const std::int64_t start = bench::monotonicNs();
+    char sh[] = "/bin/sh";
+    char dashC[] = "-c";
+    QByteArray text = command;
+    char* argv[] = {sh, dashC, text.data(), nullptr};
+    pid_t pid = -1;
+    if (posix_spawn(&pid, "/bin/sh", nullptr, nullptr, argv, environ) != 0)
+        return -1;
+    int status = 0;
+    waitpid(pid, &status, 0);
+    return double(bench::monotonicNs() - start) / 1e9;
+}
+
+// The part of capturing that no pipe is involved in: 100 MiB decoded, one 1 MiB chunk at a time,
+// onto the end of a new text that grows as the log does.
+double decodeOnlySeconds(const QByteArray& block)
+{
+    const std::int64_t start = bench::monotonicNs();
+    QString text;
+    for (qint64 done = 0; done < totalBytes; done += block.size()) {
+        const qsizetype oldSize = text.size();
+        const qsizetype largest = oldSize + block.size();
+        if (largest > text.capacity())
+            text.reserve(std::max(largest, 2 * text.capacity()));
+        text.resize(largest);
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        text.resize(decoder.appendToBuffer(text.data() + oldSize, block) - text.constData());
+    }
+    return double(bench::monotonicNs() - start) / 1e9;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    AppLogger::setLevel(LogLevel::warning);
+
+    QTemporaryDir folder;
+    const QString dataFile = folder.path() + QStringLiteral("/data.txt");
+    QByteArray block;
+    {
+        QFile file(dataFile);
+        if (!file.open(QIODevice::WriteOnly))
+            return 1;
+        const QByteArray line("The quick brown fox jumps over the lazy dog; 0123456789 +-*/ ok\n");
+        while (block.size() < 1024 * 1024)
+            block += line;
+        block.truncate(1024 * 1024);
+        for (qint64 written = 0; written < totalBytes; written += block.size())
+            file.write(block);
+    }
+    const QByteArray quoted = "'" + QFile::encodeName(dataFile) + "'";
+    const ScriptPtr script = Script::create(
+        QStringLiteral("writer"),
+        QStringLiteral("#!/bin/sh\nexec cat %1\n").arg(QString::fromUtf8(quoted)), false);
+
+    ScriptExecutorManager executor;
+    bench::StallMeter stalls;
+    std::vector<double> catSeconds, pipeSeconds, decodeSeconds, captureSeconds, captureCpuSeconds,
+        longestStalls;
+    bool complete = true;
+    shellSeconds("cat " + quoted + " > /dev/null"); // page cache
+    for (int i = 0; i < repetitions; ++i) {
+        catSeconds.push_back(shellSeconds("cat " + quoted + " > /dev/null"));
+        pipeSeconds.push_back(shellSeconds("cat " + quoted + " | cat > /dev/null"));
+        decodeSeconds.push_back(decodeOnlySeconds(block));
+
+        stalls.start();
+        const double cpuStart = cpuSecondsOfThisProcess();
+        const std::int64_t start = bench::monotonicNs();
+        executor.startExecution(script);
+        const RunningScriptPtr run = executor.runningScripts().last();
+        bench::spinUntil([&] { return run->termination().has_value(); }, 120000);
+        captureSeconds.push_back(double(bench::monotonicNs() - start) / 1e9);
+        captureCpuSeconds.push_back(cpuSecondsOfThisProcess() - cpuStart);
+        // Keep ticking a little: the end of a run must not stall either.
+        bench::spinUntil([] { return false; }, 50);
+        stalls.stop();
+        longestStalls.push_back(stalls.longestGapMs());
+        complete = complete && run->logs().size() == totalBytes;
+    }
+
+    const double mib = double(totalBytes) / (1024 * 1024);
+    const double cat = bench::median(catSeconds);
+    const double pipe = bench::median(pipeSeconds);
+    const double decode = bench::median(decodeSeconds);
+    const double capture = bench::median(captureSeconds);
+    std::printf("capture of %.0f MiB on stdout, median of %d runs\n", mib, repetitions);
+    std::printf("  cat FILE > /dev/null            %8.1f ms  %7.0f MiB/s\n", cat * 1e3, mib / cat);
+    std::printf("  cat FILE | cat > /dev/null      %8.1f ms  %7.0f MiB/s\n", pipe * 1e3,
+                mib / pipe);
+    std::printf("  decoding alone, no pipe         %8.1f ms  %7.0f MiB/s\n", decode * 1e3,
+                mib / decode);
+    std::printf("  script captured into its log    %8.1f ms  %7.0f MiB/s\n", capture * 1e3,
+                mib / capture);
+    std::printf("  CPU time of the capturing side  %8.1f ms\n",
+                bench::median(captureCpuSeconds) * 1e3);
+    std::printf("  capture / cat to /dev/null      %8.2fx (goal <= 3x)\n", capture / cat);
+    std::printf("  capture / cat through a pipe    %8.2fx\n", capture / pipe);
+    std::printf(
+        "  longest event-loop stall        %8.1f ms (worst run; goal < 100 ms; 10 ms timer)\n",
+        *std::max_element(longestStalls.begin(), longestStalls.end()));
+    std::printf("  every log complete              %s\n", complete ? "yes" : "NO");
+    return complete ? 0 : 1;
+}

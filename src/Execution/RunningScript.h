@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include "Execution/ScriptProcess.h"
+
+#include <QDateTime>
+#include <QList>
+#include <QObject>
+#include <QString>
+
+#include <memory>
+#include <optional>
+
+class RunningScript;
+using RunningScriptPtr = std::shared_ptr<RunningScript>;
+using RunningScriptList = QList<RunningScriptPtr>;
+
+// One run of one script: its identity, its child process while there is one, and the whole
+// output of the run as one growing text.
+class RunningScript : public QObject
+{
+    Q_OBJECT
+    Q_PROPERTY(bool isRunning READ isRunning NOTIFY isRunningChanged)
+    Q_PROPERTY(QString logs READ logs NOTIFY logsChanged)
+
+public:
+    // The process argument is ignored: a run always starts without one and gets it assigned.
+    explicit RunningScript(const QString& name, const std::shared_ptr<ScriptProcess>& process = {});
+    ~RunningScript() override;
+
+    const QString& id() const { return m_id; }
+    const QString& name() const { return m_name; }
+    const QDateTime& startDate() const { return m_startDate; }
+
+    const std::shared_ptr<ScriptProcess>& process() const { return m_process; }
+    // Assigning a process connects its output to `logs`. Clearing it leaves the output
+    // connected: what the process's pipes still deliver keeps arriving while the run exists.
+    void setProcess(const std::shared_ptr<ScriptProcess>& process);
+
+    bool isRunning() const { return m_isRunning; }
+    void setIsRunning(bool isRunning);
+
+    bool keep() const { return m_keep; }
+    void setKeep(bool keep) { m_keep = keep; }
+
+    const QString& logs() const { return m_logs; }
+
+    // How the process ended, once it has.
+    const std::optional<ScriptProcess::Termination>& termination() const { return m_termination; }
+    void setTermination(const ScriptProcess::Termination& termination);
+
+signals:
+    void isRunningChanged(bool isRunning);
+    // The whole text after every appended chunk, by reference. A subscriber that keeps a copy
+    // makes the next append copy the whole log: keep the length seen last and read what follows.
+    void logsChanged(const QString& logs);
+    void terminated(const ScriptProcess::Termination& termination);
+
+private:
+    void appendOutput(QByteArrayView chunk);
+
+    QString m_id;
+    QString m_name;
+    QDateTime m_startDate;
+    std::shared_ptr<ScriptProcess> m_process;
+    bool m_isRunning = false;
+    bool m_keep = false;
+    QString m_logs;
+    std::optional<ScriptProcess::Termination> m_termination;
+};
