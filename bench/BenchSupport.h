@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdio>
 #include <functional>
 #include <sys/wait.h>
 #include <time.h>
@@ -96,5 +97,25 @@ private:
     std::int64_t m_lastTick = 0;
     std::int64_t m_longestGapNs = 0;
 };
+
+// Times `work` `runs` times; answers the samples in milliseconds.
+inline std::vector<double> timeRuns(int runs, const std::function<void()>& work)
+{
+    std::vector<double> samples;
+    for (int i = 0; i < runs; ++i) {
+        QElapsedTimer timer;
+        timer.start();
+        work();
+        samples.push_back(double(timer.nsecsElapsed()) / 1e6);
+    }
+    return samples;
+}
+
+inline void report(const char* what, const std::vector<double>& milliseconds, const char* goal = "")
+{
+    std::printf("%-52s median %9.3f ms   p90 %9.3f ms   %s\n", what, median(milliseconds),
+                percentile(milliseconds, 0.9), goal);
+    std::fflush(stdout);
+}
 
 } // namespace bench

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Library load and save: the name field saves the whole library on every keystroke.
-#include "BenchUtils.h"
+#include "BenchSupport.h"
 
 #include "App/Preferences.h"
 #include "Model/AppConfig.h"
@@ -56,25 +56,25 @@ int main(int argc, char** argv)
         const int runs = count > 1000 ? 21 : 101;
         const QByteArray label = QByteArray::number(count);
 
-        const BenchFigures save = timeRuns(runs, [&] { manager.saveScripts(); });
-        report(("save " + label + " scripts of 1 KiB").constData(), save,
-               count == 500 ? "(goal < 5 ms)" : "");
+        const auto save = bench::timeRuns(runs, [&] { manager.saveScripts(); });
+        bench::report(("save " + label + " scripts of 1 KiB").constData(), save,
+                      count == 500 ? "(goal < 5 ms)" : "");
 
-        const BenchFigures load = timeRuns(runs, [&] {
+        const auto load = bench::timeRuns(runs, [&] {
             ScriptsManager reader;
             reader.loadScripts(false);
             if (reader.scripts().size() != count)
                 qFatal("loaded %lld scripts", qlonglong(reader.scripts().size()));
         });
-        report(("load " + label + " scripts of 1 KiB").constData(), load);
+        bench::report(("load " + label + " scripts of 1 KiB").constData(), load);
 
-        const BenchFigures both = timeRuns(runs, [&] {
+        const auto both = bench::timeRuns(runs, [&] {
             ScriptsManager reader;
             reader.loadScripts(false);
             reader.saveScripts();
         });
-        report(("load + save " + label + " scripts of 1 KiB").constData(), both,
-               count == 10000 ? "(goal < 150 ms)" : "");
+        bench::report(("load + save " + label + " scripts of 1 KiB").constData(), both,
+                      count == 10000 ? "(goal < 150 ms)" : "");
     }
     return 0;
 }
