@@ -107,47 +107,60 @@ int HTMLEntities::namedEntityCount()
     return int(entityTable().size());
 }
 
-QString HTMLEntities::decode(const QString& text)
+QString HTMLEntities::decode(QStringView text)
+{
+    QString output;
+    appendDecoded(text, output);
+    return output;
+}
+
+void HTMLEntities::appendDecoded(QStringView text, QString& output)
 {
     // \\w and \\d as Unicode classes, like the platform's other pattern engines read them.
     static const QRegularExpression pattern(
         QStringLiteral("(?<name>&\\w+;)|&#(?<dec>\\d+);|&#x(?<hexa>[[:xdigit:]]+);"),
         QRegularExpression::UseUnicodePropertiesOption);
-    if (!pattern.isValid())
-        return text;
-    // Most runs hold no reference at all; they need neither a search nor a copy.
-    if (!text.contains(u'&'))
-        return text;
+    constexpr int nameGroup = 1;
+    constexpr int decimalGroup = 2;
+    constexpr int hexadecimalGroup = 3;
+    if (!pattern.isValid() || !text.contains(u'&')) {
+        output += text;
+        return;
+    }
 
-    // Searched over the character count, like the HTML it came from (see HighlightedHTMLParser).
-    // A reference never ends in half a pair, so a cut pair at the end can be left out.
+    // Searched over the character count, like the HTML it came from (see HighlightedHTMLParser);
+    // a reference never ends in half a pair, so a cut pair at the end can be left out.
     const QStringView searched = HighlightedHTMLParser::withoutCutPair(
-        QStringView(text).first(HighlightedHTMLParser::characterCount(text)));
+        text.first(HighlightedHTMLParser::characterCount(text)));
+    const QRegularExpression::MatchOptions options =
+        searched.isValidUtf16() ? QRegularExpression::DontCheckSubjectStringMatchOption
+                                : QRegularExpression::NoMatchOption;
     QList<QRegularExpressionMatch> matches;
-    for (auto it = pattern.globalMatch(searched); it.hasNext();)
+    for (auto it = pattern.globalMatch(searched, 0, QRegularExpression::NormalMatch, options);
+         it.hasNext();)
         matches.append(it.next());
 
-    QString decoded = text;
+    QString decoded = text.toString();
     // From the last to the first, so a replacement never moves the ones still to come.
     for (auto match = matches.crbegin(); match != matches.crend(); ++match) {
         const qsizetype start = match->capturedStart();
         const qsizetype length = match->capturedLength();
         if (start < 0 || start + length > decoded.size())
             continue;
-        if (match->hasCaptured(u"name")) {
-            const auto found = entityTable().constFind(match->captured(u"name"));
+        if (match->hasCaptured(nameGroup)) {
+            const auto found = entityTable().constFind(match->capturedView(nameGroup).toString());
             if (found != entityTable().cend())
                 decoded.replace(start, length, scalarText(*found));
             continue;
         }
         bool ok = false;
         quint32 value = 0;
-        if (match->hasCaptured(u"dec"))
-            value = match->capturedView(u"dec").toUInt(&ok, 10);
-        else if (match->hasCaptured(u"hexa"))
-            value = match->capturedView(u"hexa").toUInt(&ok, 16);
+        if (match->hasCaptured(decimalGroup))
+            value = match->capturedView(decimalGroup).toUInt(&ok, 10);
+        else if (match->hasCaptured(hexadecimalGroup))
+            value = match->capturedView(hexadecimalGroup).toUInt(&ok, 16);
         if (ok && value < 0x110000 && !(value >= 0xD800 && value <= 0xDFFF))
             decoded.replace(start, length, scalarText(char32_t(value)));
     }
-    return decoded;
+    output += decoded;
 }

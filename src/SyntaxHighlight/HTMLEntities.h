@@ -2,6 +2,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringView>
 
 // Turns the character references in a text run of highlighted HTML back into characters:
 // the named references of HTML 4.01 plus "&apos;", and decimal and hexadecimal references to
@@ -9,7 +10,9 @@
 class HTMLEntities
 {
 public:
-    static QString decode(const QString& text);
+    static QString decode(QStringView text);
+    // Appends the decoded text; most runs hold no reference and go in without a copy.
+    static void appendDecoded(QStringView text, QString& output);
     // The number of named references the decoder knows.
     static int namedEntityCount();
 };

@@ -36,15 +36,23 @@ struct Search
     int count = 0;
 };
 
-Search search(const QRegularExpression& pattern, QStringView searched)
+Search search(const QRegularExpression& pattern, QStringView searched, bool checked)
 {
+    // The pattern engine validates the whole subject on every search unless told it is valid
+    // UTF-16, which would make the parse quadratic; the HTML is checked once instead.
+    QRegularExpression::MatchOptions options = QRegularExpression::AnchorAtOffsetMatchOption;
+    if (checked)
+        options |= QRegularExpression::DontCheckSubjectStringMatchOption;
     Search result;
     result.match = pattern.match(HighlightedHTMLParser::withoutCutPair(searched), 0,
-                                 QRegularExpression::NormalMatch,
-                                 QRegularExpression::AnchorAtOffsetMatchOption);
+                                 QRegularExpression::NormalMatch, options);
     result.count = result.match.hasMatch() ? 1 : 0;
     return result;
 }
+
+// Group numbers of "text" and "classes", so that no search looks a name up.
+constexpr int textGroup = 1;
+constexpr int classesGroup = 1;
 
 bool startsWithClosingTag(QStringView searched)
 {
@@ -92,8 +100,10 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
     ClassRangeNode* current = root.get();
     int position = 0;
     text.clear();
+    text.reserve(html.size());
     int textLength = 0;
     const int total = characterCount(html);
+    const bool valid = QStringView(html).isValidUtf16();
 
     for (;;) {
         const QStringView searched = QStringView(html).mid(position, total - position);
@@ -102,19 +112,21 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
         const bool atTag = !searched.isEmpty() && searched[0] == u'<';
 
         if (!atTag) {
-            const Search found = search(patterns.text, searched);
+            const Search found = search(patterns.text, searched, valid);
             if (found.count > 1) {
                 AppLogger::error(QStringLiteral("more than one match"));
                 return nullptr;
             }
             // A text run that reaches a pair cut by the end of the stretch takes its first
             // half too: it is not '<'.
-            qsizetype end = found.count == 1 ? found.match.capturedEnd(u"text") : 0;
+            qsizetype end = found.count == 1 && found.match.capturedLength(textGroup) > 0
+                                ? found.match.capturedEnd(textGroup)
+                                : 0;
             if (end == HighlightedHTMLParser::withoutCutPair(searched).size() &&
                 end < searched.size())
                 end = searched.size();
             if (end > 0) {
-                text += HTMLEntities::decode(searched.first(end).toString());
+                HTMLEntities::appendDecoded(searched.first(end), text);
                 textLength = int(text.size());
                 position += int(end);
                 continue;
@@ -122,16 +134,17 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
         }
 
         if (atTag && !startsWithClosingTag(searched)) {
-            const Search found = search(patterns.openingSpan, searched);
+            const Search found = search(patterns.openingSpan, searched, valid);
             if (found.count > 1) {
                 AppLogger::error(QStringLiteral("more than one match"));
                 return nullptr;
             }
             // An empty class attribute is not an opening span: it falls through to the
             // closing pattern and, failing that, ends the parse.
-            if (found.count == 1 && found.match.capturedLength(u"classes") > 0) {
+            if (found.count == 1 && found.match.capturedLength(classesGroup) > 0) {
                 auto node = std::make_unique<ClassRangeNode>(
-                    found.match.captured(u"classes").trimmed(), TextRange{textLength, 0}, current);
+                    found.match.capturedView(classesGroup).trimmed().toString(),
+                    TextRange{textLength, 0}, current);
                 ClassRangeNode* created = node.get();
                 if (current)
                     current->appendChild(std::move(node));
@@ -143,7 +156,7 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
             }
         }
 
-        const Search found = atTag ? search(patterns.closingSpan, searched) : Search{};
+        const Search found = atTag ? search(patterns.closingSpan, searched, valid) : Search{};
         if (found.count == 0)
             break;
         if (found.count > 1) {
