@@ -131,34 +131,36 @@ int main(int argc, char** argv)
     for (int i = 0; i < memoryContexts; ++i)
         kept.push_back(std::make_unique<SyntaxHighlight>());
     const long after = residentBytes();
-    report("resident memory added per context", double(after - before) / memoryContexts / 1e6,
-           "MB", memoryContexts);
+    report("resident memory added per context", double(after - before) / memoryContexts / 1e6, "MB",
+           memoryContexts);
     kept.clear();
 
     const ThemeAttributes theme = *BuiltInThemes::theme(QStringLiteral("monokai"));
     SyntaxHighlight highlight;
-    for (const auto& [lines, runs] : {std::pair{100, 41}, std::pair{1000, 21}, std::pair{10000, 5}}) {
+    for (const auto& [lines, runs] :
+         {std::pair{100, 41}, std::pair{1000, 21}, std::pair{10000, 5}}) {
         const QString code = bashScript(lines);
         highlight.highlightRanges(code, QStringLiteral("bash"), theme);
-        const QByteArray label = QByteArray("highlightRanges end to end, ") +
-                                 QByteArray::number(lines) + " bash lines";
-        report(label.constData(), medianMilliseconds(runs, [&] {
-                   highlight.highlightRanges(code, QStringLiteral("bash"), theme);
-               }),
+        const QByteArray label =
+            QByteArray("highlightRanges end to end, ") + QByteArray::number(lines) + " bash lines";
+        report(label.constData(),
+               medianMilliseconds(
+                   runs, [&] { highlight.highlightRanges(code, QStringLiteral("bash"), theme); }),
                "ms", runs);
     }
 
     const QString code = bashScript(1000);
     const QString html = *highlight.highlightedHTML(code, QStringLiteral("bash"));
     const int runs = 51;
-    report("Highlight.js call alone, 1000 bash lines", medianMilliseconds(21, [&] {
-               highlight.highlightedHTML(code, QStringLiteral("bash"));
-           }),
+    report("Highlight.js call alone, 1000 bash lines",
+           medianMilliseconds(21, [&] { highlight.highlightedHTML(code, QStringLiteral("bash")); }),
            "ms", 21);
-    report("HTML rebuild alone, 1000 bash lines", medianMilliseconds(runs, [&] {
-               QString text;
-               HighlightedHTMLParser::parse(html, text);
-           }),
+    report("HTML rebuild alone, 1000 bash lines",
+           medianMilliseconds(runs,
+                              [&] {
+                                  QString text;
+                                  HighlightedHTMLParser::parse(html, text);
+                              }),
            "ms", runs);
     std::printf("(1000 lines: %lld characters of code, %lld of HTML, %lld ranges)\n",
                 qlonglong(code.size()), qlonglong(html.size()),

@@ -6,6 +6,9 @@
 #include <QHash>
 #include <QList>
 #include <QRegularExpression>
+#include <QVarLengthArray>
+
+#include <algorithm>
 
 namespace {
 
@@ -116,7 +119,7 @@ QString HTMLEntities::decode(QStringView text)
 
 void HTMLEntities::appendDecoded(QStringView text, QString& output)
 {
-    // \\w and \\d as Unicode classes, like the platform's other pattern engines read them.
+    // \w and \d as Unicode classes, like the platform's other pattern engines read them.
     static const QRegularExpression pattern(
         QStringLiteral("(?<name>&\\w+;)|&#(?<dec>\\d+);|&#x(?<hexa>[[:xdigit:]]+);"),
         QRegularExpression::UseUnicodePropertiesOption);
@@ -132,35 +135,49 @@ void HTMLEntities::appendDecoded(QStringView text, QString& output)
     // a reference never ends in half a pair, so a cut pair at the end can be left out.
     const QStringView searched = HighlightedHTMLParser::withoutCutPair(
         text.first(HighlightedHTMLParser::characterCount(text)));
-    const QRegularExpression::MatchOptions options =
-        searched.isValidUtf16() ? QRegularExpression::DontCheckSubjectStringMatchOption
-                                : QRegularExpression::NoMatchOption;
-    QList<QRegularExpressionMatch> matches;
-    for (auto it = pattern.globalMatch(searched, 0, QRegularExpression::NormalMatch, options);
-         it.hasNext();)
-        matches.append(it.next());
+    QRegularExpression::MatchOptions options = QRegularExpression::NoMatchOption;
+    if (searched.isValidUtf16())
+        options |= QRegularExpression::DontCheckSubjectStringMatchOption;
 
-    QString decoded = text.toString();
-    // From the last to the first, so a replacement never moves the ones still to come.
-    for (auto match = matches.crbegin(); match != matches.crend(); ++match) {
-        const qsizetype start = match->capturedStart();
-        const qsizetype length = match->capturedLength();
-        if (start < 0 || start + length > decoded.size())
-            continue;
-        if (match->hasCaptured(nameGroup)) {
-            const auto found = entityTable().constFind(match->capturedView(nameGroup).toString());
+    // Each search goes on from where the previous match ended, as a scan for all matches does.
+    struct Replacement
+    {
+        qsizetype start;
+        qsizetype length;
+        char32_t scalar;
+    };
+    QVarLengthArray<Replacement, 16> replacements;
+    for (qsizetype from = 0; from < searched.size();) {
+        const QRegularExpressionMatch match =
+            pattern.match(searched, from, QRegularExpression::NormalMatch, options);
+        if (!match.hasMatch())
+            break;
+        const qsizetype start = match.capturedStart();
+        const qsizetype length = match.capturedLength();
+        from = start + std::max<qsizetype>(length, 1);
+        if (match.hasCaptured(nameGroup)) {
+            const auto found = entityTable().constFind(match.capturedView(nameGroup).toString());
             if (found != entityTable().cend())
-                decoded.replace(start, length, scalarText(*found));
+                replacements.append({start, length, *found});
             continue;
         }
         bool ok = false;
         quint32 value = 0;
-        if (match->hasCaptured(decimalGroup))
-            value = match->capturedView(decimalGroup).toUInt(&ok, 10);
-        else if (match->hasCaptured(hexadecimalGroup))
-            value = match->capturedView(hexadecimalGroup).toUInt(&ok, 16);
+        if (match.hasCaptured(decimalGroup))
+            value = match.capturedView(decimalGroup).toUInt(&ok, 10);
+        else if (match.hasCaptured(hexadecimalGroup))
+            value = match.capturedView(hexadecimalGroup).toUInt(&ok, 16);
         if (ok && value < 0x110000 && !(value >= 0xD800 && value <= 0xDFFF))
-            decoded.replace(start, length, scalarText(char32_t(value)));
+            replacements.append({start, length, char32_t(value)});
     }
-    output += decoded;
+
+    // The replacements do not overlap, so writing them front to back gives what replacing them
+    // from the last to the first in place would.
+    qsizetype copied = 0;
+    for (const Replacement& replacement : replacements) {
+        output += text.sliced(copied, replacement.start - copied);
+        output += scalarText(replacement.scalar);
+        copied = replacement.start + replacement.length;
+    }
+    output += text.sliced(copied);
 }

@@ -36,9 +36,8 @@ QFont HighlightFormats::font(const HighlightFont& font)
 
     const QString family = QFontInfo(result).family();
     if (!familyHasFace(family, font.bold, font.italic)) {
-        AppLogger::error(QStringLiteral("cannot create font descriptor for ") +
-                         font.description() + QStringLiteral(" with symbolics traits ") +
-                         font.traitsDescription());
+        AppLogger::error(QStringLiteral("cannot create font descriptor for ") + font.description() +
+                         QStringLiteral(" with symbolics traits ") + font.traitsDescription());
         return result;
     }
     result.setBold(font.bold);
@@ -49,7 +48,9 @@ QFont HighlightFormats::font(const HighlightFont& font)
 QColor HighlightFormats::color(const Color& color)
 {
     const QList<double>& c = color.components();
-    auto unit = [](double value) { return std::clamp(value, 0.0, 1.0); };
+    auto unit = [](double value) {
+        return std::clamp(value, 0.0, 1.0);
+    };
     if (c.size() >= 3)
         return QColor::fromRgbF(float(unit(c[0])), float(unit(c[1])), float(unit(c[2])),
                                 float(c.size() > 3 ? unit(c[3]) : 1.0));

@@ -40,7 +40,10 @@ Search search(const QRegularExpression& pattern, QStringView searched, bool chec
 {
     // The pattern engine validates the whole subject on every search unless told it is valid
     // UTF-16, which would make the parse quadratic; the HTML is checked once instead.
-    QRegularExpression::MatchOptions options = QRegularExpression::AnchorAtOffsetMatchOption;
+    // Each pattern begins with '^' and the subject begins at the search position, so a search
+    // is anchored there and never scans ahead. The pattern engine knows such patterns as anchored
+    // and runs them compiled; asking for anchoring at match time would make it interpret them.
+    QRegularExpression::MatchOptions options = QRegularExpression::NoMatchOption;
     if (checked)
         options |= QRegularExpression::DontCheckSubjectStringMatchOption;
     Search result;

@@ -82,11 +82,10 @@ void TestHighlightFormats::colors_data()
     QTest::newRow("rgba") << QList<double>{0.0, 0.0, 1.0, 0.25}
                           << QColor::fromRgbF(0.0f, 0.0f, 1.0f, 0.25f);
     QTest::newRow("grey") << QList<double>{0.3} << QColor::fromRgbF(0.3f, 0.3f, 0.3f);
-    QTest::newRow("grey and alpha") << QList<double>{1.0, 0.5}
-                                    << QColor::fromRgbF(1.0f, 1.0f, 1.0f, 0.5f);
+    QTest::newRow("grey and alpha")
+        << QList<double>{1.0, 0.5} << QColor::fromRgbF(1.0f, 1.0f, 1.0f, 0.5f);
     QTest::newRow("none is black") << QList<double>{} << QColor(Qt::black);
-    QTest::newRow("clamped") << QList<double>{2.0, -1.0, 0.5}
-                             << QColor::fromRgbF(1.0f, 0.0f, 0.5f);
+    QTest::newRow("clamped") << QList<double>{2.0, -1.0, 0.5} << QColor::fromRgbF(1.0f, 0.0f, 0.5f);
 }
 
 void TestHighlightFormats::colors()
