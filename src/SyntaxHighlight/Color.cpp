@@ -3,6 +3,7 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -13,14 +14,15 @@ Color Color::fromString(const QString& text)
     QString hex = text.trimmed().toUpper();
     if (hex.startsWith(QLatin1Char('#')))
         hex.remove(0, 1);
-    if (hex.size() == 6) {
-        bool ok = false;
-        const uint value = hex.toUInt(&ok, 16);
-        // A sign or other stray character makes the scan fail; such text falls back to grey.
-        if (ok && hex.front() != QLatin1Char('+') && hex.front() != QLatin1Char('-')) {
-            return Color({((value >> 16) & 0xFF) / 255.0, ((value >> 8) & 0xFF) / 255.0,
-                          (value & 0xFF) / 255.0, 1.0});
-        }
+    // Only six plain hex digits count: toUInt() alone would also take a sign or a "0X" prefix.
+    const bool sixDigits =
+        hex.size() == 6 && std::all_of(hex.cbegin(), hex.cend(), [](QChar c) {
+            return c.isDigit() || (c >= QLatin1Char('A') && c <= QLatin1Char('F'));
+        });
+    if (sixDigits) {
+        const uint value = hex.toUInt(nullptr, 16);
+        return Color({((value >> 16) & 0xFF) / 255.0, ((value >> 8) & 0xFF) / 255.0,
+                      (value & 0xFF) / 255.0, 1.0});
     }
     return Color({0.3, 0.3, 0.3, 1.0});
 }

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "SyntaxHighlight/HLJSClassName.h"
 
-#include <QHash>
-
 #include <array>
 
 namespace {
@@ -56,17 +54,12 @@ const Entry& entry(HLJSClassName name)
 
 std::optional<HLJSClassName> HLJSClassNames::fromRawValue(QStringView name)
 {
-    // Called for every class of every span on each keystroke: a hash beats a linear scan.
-    static const QHash<QString, HLJSClassName> byRawValue = [] {
-        QHash<QString, HLJSClassName> map;
-        for (const Entry& e : entries)
-            map.insert(QString::fromLatin1(e.rawValue), e.name);
-        return map;
-    }();
-    const auto it = byRawValue.constFind(name.toString());
-    if (it == byRawValue.constEnd())
-        return std::nullopt;
-    return *it;
+    // Runs for every class of every span on each keystroke: compare in place, no allocation.
+    for (const Entry& e : entries) {
+        if (name == QLatin1StringView(e.rawValue))
+            return e.name;
+    }
+    return std::nullopt;
 }
 
 QString HLJSClassNames::rawValue(HLJSClassName name)

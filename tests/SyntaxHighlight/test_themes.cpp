@@ -235,6 +235,8 @@ void TestThemes::colorFromString_data()
     QTest::newRow("not hex") << "#GGGGGG" << grey;
     QTest::newRow("inner blank") << "#F0 F0F" << grey;
     QTest::newRow("signed") << "+F0F0F" << grey;
+    QTest::newRow("hex prefix") << "0x1234" << grey;
+    QTest::newRow("blank after hash") << "# F0F0F" << grey;
 }
 
 void TestThemes::colorFromString()

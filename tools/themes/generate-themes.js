@@ -168,13 +168,9 @@ function parseColour(text) {
     return undefined;
 }
 
-// The colour inside a `background` shorthand: the first token that reads as a colour.
+// The colour inside a `background` shorthand: the first token that reads as a colour (for a
+// gradient, its first stop).
 function backgroundColour(value) {
-    if (/gradient\(/i.test(value)) {
-        // A gradient has no single colour; its first stop is the closest stand-in.
-        const stop = /(#[0-9a-f]+|rgba?\([^)]*\)|[a-z]+)\s+\d/i.exec(value.replace(/^[^(]*\(\s*[^,]*deg\s*,/i, ''));
-        return stop ? parseColour(stop[1]) : undefined;
-    }
     const tokens = value.replace(/url\([^)]*\)/gi, ' ').match(/rgba?\([^)]*\)|#[0-9a-f]+|[a-z]+/gi) || [];
     for (const token of tokens) {
         const colour = parseColour(token);
