@@ -3,12 +3,31 @@ target_sources(brambleworth_core PRIVATE
     SyntaxHighlight/BuiltInThemes.cpp
     SyntaxHighlight/BuiltInThemes.h
     SyntaxHighlight/BuiltInThemesData.h
-    SyntaxHighlight/CSSColors.cpp
-    SyntaxHighlight/CSSColors.h
+    SyntaxHighlight/ClassRangeNode.cpp
+    SyntaxHighlight/ClassRangeNode.h
     SyntaxHighlight/Color.cpp
     SyntaxHighlight/Color.h
+    SyntaxHighlight/CSSColors.cpp
+    SyntaxHighlight/CSSColors.h
+    SyntaxHighlight/HighlightAttributedString.cpp
+    SyntaxHighlight/HighlightAttributedString.h
+    SyntaxHighlight/HighlightedHTMLParser.cpp
+    SyntaxHighlight/HighlightedHTMLParser.h
+    SyntaxHighlight/HighlightFont.cpp
+    SyntaxHighlight/HighlightFont.h
+    SyntaxHighlight/HighlightRange.cpp
+    SyntaxHighlight/HighlightRange.h
     SyntaxHighlight/HLJSClassName.cpp
     SyntaxHighlight/HLJSClassName.h
+    SyntaxHighlight/HTMLEntities.cpp
+    SyntaxHighlight/HTMLEntities.h
+    SyntaxHighlight/JavaScriptContext.cpp
+    SyntaxHighlight/JavaScriptContext.h
+    SyntaxHighlight/Language.h
+    SyntaxHighlight/SyntaxHighlight.cpp
+    SyntaxHighlight/SyntaxHighlight.h
+    SyntaxHighlight/TextAttributes.cpp
+    SyntaxHighlight/TextAttributes.h
     SyntaxHighlight/ThemeAttributes.cpp
     SyntaxHighlight/ThemeAttributes.h
 )
@@ -34,3 +53,46 @@ add_custom_command(OUTPUT ${brambleworth_themes_cpp}
     COMMENT "Embedding built-in themes"
     VERBATIM)
 target_sources(brambleworth_core PRIVATE ${brambleworth_themes_cpp})
+
+if(NOT TARGET PkgConfig::JAVASCRIPTCORE)
+    pkg_check_modules(JAVASCRIPTCORE REQUIRED IMPORTED_TARGET javascriptcoregtk-4.1)
+endif()
+target_link_libraries(brambleworth_core PRIVATE PkgConfig::JAVASCRIPTCORE)
+
+# Highlight.js comes from npm, pinned by the lock file. The package files are copied into the
+# build tree and installed there, so the source tree stays clean and a fresh clone builds.
+find_program(NPM_EXECUTABLE npm REQUIRED)
+set(BRAMBLEWORTH_HLJS_SOURCE_DIR ${PROJECT_SOURCE_DIR}/third_party/highlightjs)
+set(BRAMBLEWORTH_HLJS_BUILD_DIR ${PROJECT_BINARY_DIR}/third_party/highlightjs)
+set(BRAMBLEWORTH_HLJS_STAMP ${BRAMBLEWORTH_HLJS_BUILD_DIR}/node_modules/.brambleworth-installed)
+add_custom_command(OUTPUT ${BRAMBLEWORTH_HLJS_STAMP}
+    COMMAND ${CMAKE_COMMAND} -E make_directory ${BRAMBLEWORTH_HLJS_BUILD_DIR}
+    COMMAND ${CMAKE_COMMAND} -E copy_if_different
+        ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/package.json ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/package-lock.json
+        ${BRAMBLEWORTH_HLJS_BUILD_DIR}
+    COMMAND ${NPM_EXECUTABLE} ci --ignore-scripts --no-audit --no-fund --loglevel=error
+    COMMAND ${CMAKE_COMMAND} -E touch ${BRAMBLEWORTH_HLJS_STAMP}
+    WORKING_DIRECTORY ${BRAMBLEWORTH_HLJS_BUILD_DIR}
+    DEPENDS ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/package.json ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/package-lock.json
+    COMMENT "Installing Highlight.js from npm"
+    VERBATIM)
+
+set(BRAMBLEWORTH_HLJS_CORE ${BRAMBLEWORTH_HLJS_BUILD_DIR}/HighlightCore.js)
+set(BRAMBLEWORTH_HLJS_LANGUAGES ${BRAMBLEWORTH_HLJS_BUILD_DIR}/HighlightLanguages.js)
+add_custom_command(OUTPUT ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
+    COMMAND ${CMAKE_COMMAND}
+        -DPACKAGE_DIR=${BRAMBLEWORTH_HLJS_BUILD_DIR}/node_modules/@highlightjs/cdn-assets
+        -DCORE_OUTPUT=${BRAMBLEWORTH_HLJS_CORE}
+        -DLANGUAGES_OUTPUT=${BRAMBLEWORTH_HLJS_LANGUAGES}
+        -P ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/ConcatenateScripts.cmake
+    DEPENDS ${BRAMBLEWORTH_HLJS_STAMP} ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/ConcatenateScripts.cmake
+    COMMENT "Joining the Highlight.js scripts"
+    VERBATIM)
+set_source_files_properties(${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
+    PROPERTIES GENERATED TRUE)
+
+qt_add_resources(brambleworth_core brambleworth_highlightjs
+    PREFIX /highlightjs
+    BASE ${BRAMBLEWORTH_HLJS_BUILD_DIR}
+    OPTIONS -no-compress
+    FILES ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES})

@@ -1,0 +1,302 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "SyntaxHighlight/JavaScriptContext.h"
+
+#include "QuillonCommons/AppLogger.h"
+
+#include <JavaScriptCore/JavaScript.h>
+
+#include <vector>
+
+namespace {
+
+// Strings cross the boundary as UTF-16 both ways, which is what QString and the engine hold.
+class ScriptString
+{
+public:
+    explicit ScriptString(QStringView text)
+        : m_string(JSStringCreateWithCharacters(reinterpret_cast<const JSChar*>(text.utf16()),
+                                                size_t(text.size())))
+    {}
+    explicit ScriptString(JSStringRef adopted) : m_string(adopted) {}
+    ~ScriptString()
+    {
+        if (m_string)
+            JSStringRelease(m_string);
+    }
+    ScriptString(const ScriptString&) = delete;
+    ScriptString& operator=(const ScriptString&) = delete;
+
+    JSStringRef get() const { return m_string; }
+
+    QString toQString() const
+    {
+        if (!m_string)
+            return {};
+        return QString(reinterpret_cast<const QChar*>(JSStringGetCharactersPtr(m_string)),
+                       qsizetype(JSStringGetLength(m_string)));
+    }
+
+private:
+    JSStringRef m_string;
+};
+
+// The group lives as long as the process; sharing it lets a new context reuse the code that
+// earlier contexts compiled.
+JSContextGroupRef sharedGroup()
+{
+    static const JSContextGroupRef group = JSContextGroupCreate();
+    return group;
+}
+
+std::optional<QString> stringForm(JSContextRef context, JSValueRef value)
+{
+    if (!value)
+        return std::nullopt;
+    JSValueRef exception = nullptr;
+    JSStringRef string = JSValueToStringCopy(context, value, &exception);
+    if (!string || exception) {
+        if (string)
+            JSStringRelease(string);
+        return std::nullopt;
+    }
+    return ScriptString(string).toQString();
+}
+
+JSValueRef logConsoleMessage(JSContextRef context, JSObjectRef, JSObjectRef, size_t count,
+                             const JSValueRef arguments[], JSValueRef*)
+{
+    QStringList parts;
+    for (size_t i = 0; i < count; ++i)
+        parts.append(stringForm(context, arguments[i]).value_or(QString()));
+    AppLogger::debug(QStringLiteral("jsContext console: ") + parts.join(u' '));
+    return JSValueMakeUndefined(context);
+}
+
+} // namespace
+
+struct JavaScriptContext::Private
+{
+    JSGlobalContextRef context = nullptr;
+
+    Private() : context(JSGlobalContextCreateInGroup(sharedGroup(), nullptr)) { installConsole(); }
+    ~Private() { JSGlobalContextRelease(context); }
+    Private(const Private&) = delete;
+    Private& operator=(const Private&) = delete;
+
+    // Exceptions stop here: a debug line, never anything thrown further.
+    void report(JSValueRef exception) const
+    {
+        AppLogger::debug(QStringLiteral("jsContext exception: ") +
+                         stringForm(context, exception).value_or(QString()));
+    }
+
+    void installConsole()
+    {
+        JSObjectRef console = JSObjectMake(context, nullptr, nullptr);
+        for (const char* name : {"log", "info", "warn", "error", "debug", "trace"}) {
+            ScriptString functionName{QString::fromLatin1(name)};
+            JSObjectRef function =
+                JSObjectMakeFunctionWithCallback(context, functionName.get(), logConsoleMessage);
+            JSObjectSetProperty(context, console, functionName.get(), function,
+                                kJSPropertyAttributeNone, nullptr);
+        }
+        ScriptString consoleName{u"console"};
+        JSObjectSetProperty(context, JSContextGetGlobalObject(context), consoleName.get(), console,
+                            kJSPropertyAttributeNone, nullptr);
+    }
+};
+
+struct JavaScriptValue::Handle
+{
+    std::shared_ptr<JavaScriptContext::Private> owner;
+    JSValueRef value;
+
+    Handle(std::shared_ptr<JavaScriptContext::Private> context, JSValueRef v)
+        : owner(std::move(context)), value(v)
+    {
+        JSValueProtect(owner->context, value);
+    }
+    ~Handle() { JSValueUnprotect(owner->context, value); }
+    Handle(const Handle&) = delete;
+    Handle& operator=(const Handle&) = delete;
+
+    JSContextRef context() const { return owner->context; }
+};
+
+JavaScriptContext::JavaScriptContext() : d(std::make_shared<Private>()) {}
+
+JavaScriptContext::~JavaScriptContext() = default;
+
+JavaScriptValue JavaScriptContext::evaluate(const QString& script, const QString& sourceName)
+{
+    ScriptString source{script};
+    std::optional<ScriptString> url;
+    if (!sourceName.isEmpty())
+        url.emplace(sourceName);
+    JSValueRef exception = nullptr;
+    JSValueRef result = JSEvaluateScript(d->context, source.get(), nullptr,
+                                         url ? url->get() : nullptr, 1, &exception);
+    if (exception) {
+        d->report(exception);
+        return {};
+    }
+    JavaScriptValue value;
+    if (result)
+        value.h = std::make_shared<JavaScriptValue::Handle>(d, result);
+    return value;
+}
+
+JavaScriptValue JavaScriptContext::globalValue(const QString& name) const
+{
+    JavaScriptValue global;
+    global.h = std::make_shared<JavaScriptValue::Handle>(d, JSContextGetGlobalObject(d->context));
+    return global.property(name);
+}
+
+JavaScriptValue::JavaScriptValue() = default;
+JavaScriptValue::~JavaScriptValue() = default;
+JavaScriptValue::JavaScriptValue(const JavaScriptValue& other) = default;
+JavaScriptValue& JavaScriptValue::operator=(const JavaScriptValue& other) = default;
+
+bool JavaScriptValue::isValid() const
+{
+    return h != nullptr;
+}
+
+bool JavaScriptValue::isUndefined() const
+{
+    return h && JSValueIsUndefined(h->context(), h->value);
+}
+
+bool JavaScriptValue::isString() const
+{
+    return h && JSValueIsString(h->context(), h->value);
+}
+
+std::optional<QString> JavaScriptValue::toString() const
+{
+    if (!h)
+        return std::nullopt;
+    JSValueRef exception = nullptr;
+    JSStringRef string = JSValueToStringCopy(h->context(), h->value, &exception);
+    if (exception) {
+        if (string)
+            JSStringRelease(string);
+        h->owner->report(exception);
+        return std::nullopt;
+    }
+    if (!string)
+        return std::nullopt;
+    return ScriptString(string).toQString();
+}
+
+std::optional<QStringList> JavaScriptValue::toStringList() const
+{
+    if (!h || !JSValueIsArray(h->context(), h->value))
+        return std::nullopt;
+    JSContextRef context = h->context();
+    JSObjectRef array = JSValueToObject(context, h->value, nullptr);
+    if (!array)
+        return std::nullopt;
+    ScriptString lengthName{u"length"};
+    JSValueRef exception = nullptr;
+    JSValueRef lengthValue = JSObjectGetProperty(context, array, lengthName.get(), &exception);
+    if (exception) {
+        h->owner->report(exception);
+        return std::nullopt;
+    }
+    const double length = JSValueToNumber(context, lengthValue, nullptr);
+    if (!(length >= 0))
+        return std::nullopt;
+    QStringList strings;
+    strings.reserve(qsizetype(length));
+    for (unsigned i = 0; i < unsigned(length); ++i) {
+        JSValueRef element = JSObjectGetPropertyAtIndex(context, array, i, &exception);
+        if (exception) {
+            h->owner->report(exception);
+            return std::nullopt;
+        }
+        if (!JSValueIsString(context, element))
+            return std::nullopt;
+        std::optional<QString> text = stringForm(context, element);
+        if (!text)
+            return std::nullopt;
+        strings.append(*text);
+    }
+    return strings;
+}
+
+JavaScriptValue JavaScriptValue::property(const QString& name) const
+{
+    if (!h)
+        return {};
+    JSContextRef context = h->context();
+    JSValueRef exception = nullptr;
+    JSObjectRef object = JSValueToObject(context, h->value, &exception);
+    if (exception || !object) {
+        if (exception)
+            h->owner->report(exception);
+        return {};
+    }
+    ScriptString propertyName{name};
+    JSValueRef result = JSObjectGetProperty(context, object, propertyName.get(), &exception);
+    if (exception) {
+        h->owner->report(exception);
+        return {};
+    }
+    JavaScriptValue value;
+    value.h = std::make_shared<Handle>(h->owner, result);
+    return value;
+}
+
+JavaScriptValue JavaScriptValue::invokeMethod(const QString& name,
+                                              const QList<Argument>& arguments) const
+{
+    if (!h)
+        return {};
+    JSContextRef context = h->context();
+    JSValueRef exception = nullptr;
+    JSObjectRef object = JSValueToObject(context, h->value, &exception);
+    if (exception || !object) {
+        if (exception)
+            h->owner->report(exception);
+        return {};
+    }
+    ScriptString methodName{name};
+    JSValueRef method = JSObjectGetProperty(context, object, methodName.get(), &exception);
+    if (exception) {
+        h->owner->report(exception);
+        return {};
+    }
+    JSObjectRef function =
+        JSValueIsObject(context, method) ? JSValueToObject(context, method, nullptr) : nullptr;
+    if (!function || !JSObjectIsFunction(context, function))
+        return {};
+
+    // The argument list lives on the heap, out of the collector's sight: protect each value
+    // until the call returns.
+    std::vector<JSValueRef> values;
+    values.reserve(size_t(arguments.size()));
+    for (const Argument& argument : arguments) {
+        JSValueRef value = nullptr;
+        if (const QString* text = std::get_if<QString>(&argument)) {
+            ScriptString string{*text};
+            value = JSValueMakeString(context, string.get());
+        } else {
+            value = JSValueMakeBoolean(context, std::get<bool>(argument));
+        }
+        JSValueProtect(context, value);
+        values.push_back(value);
+    }
+    JSValueRef result =
+        JSObjectCallAsFunction(context, function, object, values.size(), values.data(), &exception);
+    for (JSValueRef value : values)
+        JSValueUnprotect(context, value);
+    if (exception) {
+        h->owner->report(exception);
+        return {};
+    }
+    JavaScriptValue value;
+    value.h = std::make_shared<Handle>(h->owner, result);
+    return value;
+}
