@@ -11,8 +11,7 @@
 
 CommandLineFront::CommandLineFront()
     : m_stdout(stdout), m_stderr(stderr), m_out(m_stdout), m_err(m_stderr)
-{
-}
+{}
 
 CommandLineFront::CommandLineFront(QTextStream& out, QTextStream& err) : m_out(out), m_err(err) {}
 
@@ -42,10 +41,11 @@ int CommandLineFront::run(const QStringList& arguments)
                        "-CUSTOM_APPLICATION_SUPPORT_DIRECTORY /tmp/x -IncludeBuiltInScripts NO."));
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption versionOption = parser.addVersionOption();
-    const QCommandLineOption listOption(QStringLiteral("list"),
-                                        QStringLiteral("Print the library: id, name and category, tab-separated."));
-    const QCommandLineOption verboseOption(QStringLiteral("verbose"),
-                                           QStringLiteral("Log progress messages to standard error too."));
+    const QCommandLineOption listOption(
+        QStringLiteral("list"),
+        QStringLiteral("Print the library: id, name and category, tab-separated."));
+    const QCommandLineOption verboseOption(
+        QStringLiteral("verbose"), QStringLiteral("Log progress messages to standard error too."));
     parser.addOption(listOption);
     parser.addOption(verboseOption);
 
@@ -59,7 +59,8 @@ int CommandLineFront::run(const QStringList& arguments)
         return 0;
     }
     if (parser.isSet(versionOption)) {
-        m_out << QCoreApplication::applicationName() << ' ' << QCoreApplication::applicationVersion() << Qt::endl;
+        m_out << QCoreApplication::applicationName() << ' '
+              << QCoreApplication::applicationVersion() << Qt::endl;
         return 0;
     }
     // A terminal wants the output it asked for; progress lines only on request.

@@ -26,9 +26,12 @@ QString Preferences::key(Identifier identifier)
 
 QList<Preferences::Identifier> Preferences::identifiers()
 {
-    return {Identifier::launchAtStartup,         Identifier::includeBuiltInScripts,
-            Identifier::arrangeScriptMenuByCategories, Identifier::syntaxtHighlightThemeName,
-            Identifier::useSyntaxtHighlighting,  Identifier::restrictSyntaxHighlight,
+    return {Identifier::launchAtStartup,
+            Identifier::includeBuiltInScripts,
+            Identifier::arrangeScriptMenuByCategories,
+            Identifier::syntaxtHighlightThemeName,
+            Identifier::useSyntaxtHighlighting,
+            Identifier::restrictSyntaxHighlight,
             Identifier::mainWindowIsPinned};
 }
 
@@ -47,8 +50,7 @@ Preferences& Preferences::shared()
 
 Preferences::Preferences(const QString& settingsPath, QObject* parent)
     : QObject(parent), m_settings(std::make_unique<QSettings>(settingsPath, QSettings::IniFormat))
-{
-}
+{}
 
 Preferences::~Preferences() = default;
 

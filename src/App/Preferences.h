@@ -15,7 +15,8 @@ class Preferences : public QObject
 {
     Q_OBJECT
 public:
-    enum class Identifier {
+    enum class Identifier
+    {
         launchAtStartup,
         includeBuiltInScripts,
         arrangeScriptMenuByCategories,

@@ -34,7 +34,8 @@ bool makePrivatePath(const QString& path, int* error)
             return false;
         }
     }
-    struct stat info{};
+    struct stat info
+    {};
     if (::stat(QFile::encodeName(path).constData(), &info) != 0 || !S_ISDIR(info.st_mode)) {
         *error = ENOTDIR;
         return false;
@@ -67,8 +68,9 @@ std::optional<QString> AppConfig::computeApplicationSupportDirectory(const Prefe
     const QString folder = QDir::cleanPath(QDir(base).absoluteFilePath(bundleIdentifier()));
     int error = 0;
     if (!makePrivatePath(folder, &error)) {
-        AppLogger::error(AppError::fromErrno(error, QStringLiteral("cannot create the folder %1").arg(folder)),
-                         QStringLiteral("applicationSupportDirectoryURL"), __LINE__);
+        AppLogger::error(
+            AppError::fromErrno(error, QStringLiteral("cannot create the folder %1").arg(folder)),
+            QStringLiteral("applicationSupportDirectoryURL"), __LINE__);
     }
     return folder;
 }

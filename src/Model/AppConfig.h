@@ -18,7 +18,8 @@ public:
     static std::optional<QString> applicationSupportDirectoryURL();
 
     // The computation itself, for a given store; does not cache.
-    static std::optional<QString> computeApplicationSupportDirectory(const Preferences& preferences);
+    static std::optional<QString>
+    computeApplicationSupportDirectory(const Preferences& preferences);
 
     // Forgets the cached folder so a test can point the next call elsewhere.
     static void resetForTesting();

@@ -24,7 +24,8 @@ std::optional<QString> AppFiles::resourcesURL()
 {
     if (g_overridden)
         return g_override;
-    const QString relative = QCoreApplication::applicationDirPath() + QStringLiteral("/../share/brambleworth");
+    const QString relative =
+        QCoreApplication::applicationDirPath() + QStringLiteral("/../share/brambleworth");
     if (QFileInfo(relative).isDir())
         return QDir::cleanPath(relative);
     const QString installed = QStringLiteral(BRAMBLEWORTH_INSTALLED_DATA_DIR);

@@ -19,8 +19,7 @@
 Script::Script(const QString& name, const QString& content, bool builtIn)
     : m_id(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()), m_builtIn(builtIn),
       m_name(name), m_internalContent(content), m_language(defaultLanguage())
-{
-}
+{}
 
 ScriptPtr Script::create(const QString& name, const QString& content, bool builtIn)
 {
@@ -223,8 +222,9 @@ std::optional<QByteArray> Script::encodeLibrary(const ScriptList& scripts, QStri
         writer.endObject();
         if (!writer.ok()) {
             if (error)
-                *error = QStringLiteral("The script “%1” holds text that cannot be encoded as UTF-8.")
-                             .arg(script->m_name);
+                *error =
+                    QStringLiteral("The script “%1” holds text that cannot be encoded as UTF-8.")
+                        .arg(script->m_name);
             return std::nullopt;
         }
     }
@@ -236,8 +236,9 @@ namespace {
 
 [[noreturn]] void corrupt(qsizetype index, const QString& reason)
 {
-    throw AppError(QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
-                   QStringLiteral("Script %1: %2").arg(index).arg(reason));
+    throw AppError(
+        QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
+        QStringLiteral("Script %1: %2").arg(index).arg(reason));
 }
 
 QString requiredString(const QJsonObject& object, QLatin1StringView key, qsizetype index)
@@ -257,11 +258,13 @@ ScriptList Script::decodeLibrary(const QByteArray& data)
     QJsonParseError parseError{};
     const QJsonDocument document = QJsonDocument::fromJson(data, &parseError);
     if (parseError.error != QJsonParseError::NoError)
-        throw AppError(QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
-                       QStringLiteral("%1 at offset %2").arg(parseError.errorString()).arg(parseError.offset));
+        throw AppError(
+            QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
+            QStringLiteral("%1 at offset %2").arg(parseError.errorString()).arg(parseError.offset));
     if (!document.isArray())
-        throw AppError(QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
-                       QStringLiteral("Expected an array of scripts."));
+        throw AppError(
+            QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
+            QStringLiteral("Expected an array of scripts."));
 
     const QJsonArray array = document.array();
     ScriptList scripts;
@@ -291,8 +294,8 @@ ScriptList Script::decodeLibrary(const QByteArray& data)
         if (!bookmark.isUndefined() && !bookmark.isNull()) {
             if (!bookmark.isString())
                 corrupt(i, QStringLiteral("\"bookmark\" is not a string"));
-            const auto decoded = QByteArray::fromBase64Encoding(bookmark.toString().toLatin1(),
-                                                                QByteArray::AbortOnBase64DecodingErrors);
+            const auto decoded = QByteArray::fromBase64Encoding(
+                bookmark.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
             if (!decoded)
                 corrupt(i, QStringLiteral("\"bookmark\" is not Base64"));
             script->m_bookmark = *decoded;

@@ -84,7 +84,8 @@ public:
 
     // The library file: a compact JSON array, keys in the order id, name, content, keepLog,
     // language, bookmark, category. Encoding fails for text that is not valid Unicode.
-    static std::optional<QByteArray> encodeLibrary(const ScriptList& scripts, QString* error = nullptr);
+    static std::optional<QByteArray> encodeLibrary(const ScriptList& scripts,
+                                                   QString* error = nullptr);
     // Throws AppError when the data is not an array of valid script objects.
     static ScriptList decodeLibrary(const QByteArray& data);
 

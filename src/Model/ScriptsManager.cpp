@@ -50,8 +50,9 @@ QStringList ScriptsManager::categories() const
     }
     QStringList sorted(unique.cbegin(), unique.cend());
     // Plain UTF-16 code-unit order: "Tools" before "tools", no locale folding.
-    std::sort(sorted.begin(), sorted.end(),
-              [](const QString& a, const QString& b) { return QString::compare(a, b, Qt::CaseSensitive) < 0; });
+    std::sort(sorted.begin(), sorted.end(), [](const QString& a, const QString& b) {
+        return QString::compare(a, b, Qt::CaseSensitive) < 0;
+    });
     return sorted;
 }
 
@@ -73,7 +74,8 @@ void ScriptsManager::loadScripts(bool removing)
     try {
         QFile file(*path);
         if (!file.open(QIODevice::ReadOnly))
-            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(AppFiles::libraryFileName()),
+            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.")
+                               .arg(AppFiles::libraryFileName()),
                            file.errorString());
         const ScriptList loaded = Script::decodeLibrary(file.readAll());
         if (removing)
@@ -101,7 +103,9 @@ void ScriptsManager::saveScripts()
         QString reason;
         const auto data = Script::encodeLibrary(own, &reason);
         if (!data)
-            throw AppError(QStringLiteral("The library couldn’t be written because it isn’t valid text."), reason);
+            throw AppError(
+                QStringLiteral("The library couldn’t be written because it isn’t valid text."),
+                reason);
         FileUtils::writeAtomically(*path, *data);
     } catch (const AppError& error) {
         AppLogger::error(error, QStringLiteral("saveScripts()"), __LINE__);
@@ -164,8 +168,10 @@ std::optional<ScriptsManager::BuiltInIDs> ScriptsManager::parseBuiltInIDs(const 
         plist_from_memory(data.constData(), uint32_t(data.size()), &raw);
     PlistHandle root(raw);
     if (!root)
-        throw AppError(QStringLiteral("The file “IDs.plist” couldn’t be read because it isn’t in the correct format."),
-                       QStringLiteral("It is not a property list."));
+        throw AppError(
+            QStringLiteral(
+                "The file “IDs.plist” couldn’t be read because it isn’t in the correct format."),
+            QStringLiteral("It is not a property list."));
     if (plist_get_node_type(root.get()) != PLIST_DICT)
         return std::nullopt;
 
@@ -201,7 +207,8 @@ std::optional<ScriptsManager::BuiltInIDs> ScriptsManager::loadBuiltInIDs()
         const QString path = QDir(*folder).filePath(QStringLiteral("IDs.plist"));
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly))
-            throw AppError(QStringLiteral("The file “IDs.plist” couldn’t be opened."), file.errorString());
+            throw AppError(QStringLiteral("The file “IDs.plist” couldn’t be opened."),
+                           file.errorString());
         ids = parseBuiltInIDs(file.readAll());
     } catch (const AppError& error) {
         AppLogger::error(error, QStringLiteral("loadBuiltInIDs()"), __LINE__);
@@ -218,9 +225,8 @@ namespace {
 // whatever order the file system keeps.
 void enumerateDeeply(const QString& folder, QList<QFileInfo>& items)
 {
-    const QFileInfoList entries =
-        QDir(folder).entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                                   QDir::Name);
+    const QFileInfoList entries = QDir(folder).entryInfoList(
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDir::Name);
     for (const QFileInfo& entry : entries) {
         items.append(entry);
         if (entry.isDir() && !entry.isSymLink())
@@ -249,20 +255,24 @@ void ScriptsManager::loadBuiltInScripts()
     ScriptList gathered;
     for (const QFileInfo& item : items) {
         // A bundle-like folder is not a script; only plain ".txt" files (case-sensitive) are.
-        if (item.isDir() || item.suffix() != QLatin1String("txt") || item.completeBaseName().isEmpty())
+        if (item.isDir() || item.suffix() != QLatin1String("txt") ||
+            item.completeBaseName().isEmpty())
             continue;
         const QString name = item.completeBaseName();
         const auto entry = ids->constFind(name);
         if (entry == ids->cend() || !entry->contains(QStringLiteral("ID"))) {
-            AppLogger::error(QStringLiteral("unable to find id for script ") + name + QLatin1Char(' '));
+            AppLogger::error(QStringLiteral("unable to find id for script ") + name +
+                             QLatin1Char(' '));
             return;
         }
-        const QString language = entry->value(QStringLiteral("Language"), Script::defaultLanguage());
+        const QString language =
+            entry->value(QStringLiteral("Language"), Script::defaultLanguage());
         QFile file(item.filePath());
         if (!file.open(QIODevice::ReadOnly)) {
-            AppLogger::error(AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(item.fileName()),
-                                      file.errorString()),
-                             QStringLiteral("loadBuiltInScripts()"), __LINE__);
+            AppLogger::error(
+                AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(item.fileName()),
+                         file.errorString()),
+                QStringLiteral("loadBuiltInScripts()"), __LINE__);
             continue;
         }
         const QByteArray data = file.readAll();

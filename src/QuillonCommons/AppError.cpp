@@ -6,8 +6,9 @@
 AppError::AppError(QString description, QString failureReason)
     : m_description(std::move(description)), m_failureReason(std::move(failureReason))
 {
-    m_what = m_failureReason.isEmpty() ? m_description.toUtf8()
-                                       : (m_description + QStringLiteral(": ") + m_failureReason).toUtf8();
+    m_what = m_failureReason.isEmpty()
+                 ? m_description.toUtf8()
+                 : (m_description + QStringLiteral(": ") + m_failureReason).toUtf8();
 }
 
 AppError AppError::fromErrno(int errnoValue, const QString& description)

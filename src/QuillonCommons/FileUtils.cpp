@@ -14,11 +14,13 @@
 
 std::optional<QString> FileUtils::makeScratchDirectory(const QString& function, int line)
 {
-    QByteArray pattern = QFile::encodeName(temporaryDirectoryURL() + QStringLiteral("/brambleworth-XXXXXX"));
+    QByteArray pattern =
+        QFile::encodeName(temporaryDirectoryURL() + QStringLiteral("/brambleworth-XXXXXX"));
     if (!mkdtemp(pattern.data())) {
-        AppLogger::error(AppError::fromErrno(errno, QStringLiteral("cannot create a scratch directory in %1")
-                                                        .arg(temporaryDirectoryURL())),
-                         function, line);
+        AppLogger::error(
+            AppError::fromErrno(errno, QStringLiteral("cannot create a scratch directory in %1")
+                                           .arg(temporaryDirectoryURL())),
+            function, line);
         return std::nullopt;
     }
     return QFile::decodeName(pattern);
@@ -49,19 +51,24 @@ QStringList FileUtils::regularFiles(const QString& directory)
 
 QString FileUtils::temporaryDirectoryURL()
 {
-    return QDir::tempPath();
+    // Not QDir::tempPath(): it canonicalises, and a TMPDIR that does not exist would come back
+    // empty, putting scratch folders at the root of the file system.
+    const QString configured = qEnvironmentVariable("TMPDIR");
+    return QDir::cleanPath(configured.isEmpty() ? QStringLiteral("/tmp") : configured);
 }
 
 void FileUtils::writeAtomically(const QString& path, const QByteArray& data)
 {
     QSaveFile file(path);
     if (!file.open(QIODevice::WriteOnly))
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), file.errorString());
+        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path),
+                       file.errorString());
     if (file.write(data) != data.size()) {
         const QString reason = file.errorString();
         file.cancelWriting();
         throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), reason);
     }
     if (!file.commit())
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), file.errorString());
+        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path),
+                       file.errorString());
 }

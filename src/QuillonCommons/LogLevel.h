@@ -2,7 +2,8 @@
 #pragma once
 
 // Ordered: a message of a severity is emitted only while the global level is at least its value.
-enum class LogLevel : int {
+enum class LogLevel : int
+{
     none = 0,
     severe = 1,
     error = 2,

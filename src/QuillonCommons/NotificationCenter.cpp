@@ -31,12 +31,14 @@ void NotificationCenter::setDistributedCenter(NotificationCenter* center)
     g_distributed.store(center);
 }
 
-NotificationCenter::Token NotificationCenter::addObserver(const QString& name, const QVariant& object,
-                                                          QObject* context, Handler handler)
+NotificationCenter::Token NotificationCenter::addObserver(const QString& name,
+                                                          const QVariant& object, QObject* context,
+                                                          Handler handler)
 {
     QMutexLocker lock(&m_mutex);
     const Token token = m_nextToken++;
-    m_observers.emplace(token, Observer{name, object, context, context != nullptr, std::move(handler)});
+    m_observers.emplace(token,
+                        Observer{name, object, context, context != nullptr, std::move(handler)});
     return token;
 }
 
@@ -57,7 +59,8 @@ void NotificationCenter::post(const Notification& notification)
     deliver(notification);
 }
 
-void NotificationCenter::post(const QString& name, const QVariant& object, const QVariantMap& userInfo)
+void NotificationCenter::post(const QString& name, const QVariant& object,
+                              const QVariantMap& userInfo)
 {
     post(Notification{name, object, userInfo});
 }

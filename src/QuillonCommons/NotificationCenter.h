@@ -37,7 +37,8 @@ public:
     static void setDistributedCenter(NotificationCenter* center);
 
     // An empty name matches every notification; a null object matches every object.
-    Token addObserver(const QString& name, const QVariant& object, QObject* context, Handler handler);
+    Token addObserver(const QString& name, const QVariant& object, QObject* context,
+                      Handler handler);
     void removeObserver(Token token);
     int observerCount() const;
 

@@ -5,7 +5,15 @@
 
 #include <cstdint>
 
-enum class DurationUnit { nanoseconds, microseconds, milliseconds, seconds, minutes, hours };
+enum class DurationUnit
+{
+    nanoseconds,
+    microseconds,
+    milliseconds,
+    seconds,
+    minutes,
+    hours
+};
 
 // A duration with its unit, printed as "value symbol" ("12.5 ms", "0.0 ms").
 struct DurationMeasurement

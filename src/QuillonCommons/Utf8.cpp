@@ -20,7 +20,8 @@ bool Utf8::isEncodable(const QString& text)
         const char16_t c = p[i].unicode();
         if (c < 0xD800 || c > 0xDFFF)
             continue;
-        if (c <= 0xDBFF && i + 1 < n && p[i + 1].unicode() >= 0xDC00 && p[i + 1].unicode() <= 0xDFFF) {
+        if (c <= 0xDBFF && i + 1 < n && p[i + 1].unicode() >= 0xDC00 &&
+            p[i + 1].unicode() <= 0xDFFF) {
             ++i;
             continue;
         }

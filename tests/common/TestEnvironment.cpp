@@ -7,12 +7,14 @@
 #include <QFile>
 #include <QFileInfo>
 
-TestEnvironment::TestEnvironment() : m_root(QDir::tempPath() + QStringLiteral("/brambleworth-test-XXXXXX"))
+TestEnvironment::TestEnvironment()
+    : m_root(QDir::tempPath() + QStringLiteral("/brambleworth-test-XXXXXX"))
 {
     if (!m_root.isValid())
         qFatal("cannot create the test folder");
     for (const char* variable : {"XDG_CONFIG_HOME", "XDG_DATA_HOME", "XDG_CACHE_HOME"}) {
-        const QString folder = m_root.path() + QLatin1Char('/') + QString::fromLatin1(variable).toLower();
+        const QString folder =
+            m_root.path() + QLatin1Char('/') + QString::fromLatin1(variable).toLower();
         QDir().mkpath(folder);
         qputenv(variable, QFile::encodeName(folder));
     }

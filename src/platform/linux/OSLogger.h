@@ -18,7 +18,8 @@ public:
     static int priority(LogLevel severity);
 
     // The journal is used when its socket accepts connections.
-    static bool isJournalReachable(const QString& socketPath = QStringLiteral("/run/systemd/journal/socket"));
+    static bool
+    isJournalReachable(const QString& socketPath = QStringLiteral("/run/systemd/journal/socket"));
 
     // The logger for this machine: the journal when reachable, else standard error.
     static std::unique_ptr<Logger> makeSystemLogger();

@@ -1,0 +1,164 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "common/TestEnvironment.h"
+
+#include "QuillonCommons/AppError.h"
+#include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/LogCapture.h"
+#include "QuillonCommons/Logger.h"
+#include "QuillonCommons/StopWatch.h"
+
+#include <QRegularExpression>
+
+#include <stdexcept>
+
+class TestLogging : public QObject
+{
+    Q_OBJECT
+private slots:
+    void cleanup() { AppLogger::setLevel(LogLevel::all); }
+
+    void levelGatesSeverities_data()
+    {
+        QTest::addColumn<LogLevel>("level");
+        QTest::addColumn<bool>("debug");
+        QTest::addColumn<bool>("info");
+        QTest::addColumn<bool>("error");
+        QTest::newRow("all") << LogLevel::all << true << true << true;
+        QTest::newRow("debug") << LogLevel::debug << true << true << true;
+        QTest::newRow("info") << LogLevel::info << false << true << true;
+        QTest::newRow("warning") << LogLevel::warning << false << false << true;
+        QTest::newRow("error") << LogLevel::error << false << false << true;
+        QTest::newRow("severe") << LogLevel::severe << false << false << false;
+        QTest::newRow("none") << LogLevel::none << false << false << false;
+    }
+    void levelGatesSeverities()
+    {
+        QFETCH(LogLevel, level);
+        QFETCH(bool, debug);
+        QFETCH(bool, info);
+        QFETCH(bool, error);
+        LogCapture capture;
+        AppLogger::setLevel(level);
+        AppLogger::debug(QStringLiteral("d"));
+        AppLogger::info(QStringLiteral("i"));
+        AppLogger::error(QStringLiteral("e"));
+        AppLogger::error(AppError(QStringLiteral("failed")), QStringLiteral("f()"), 1);
+        QCOMPARE(capture.contains(LogLevel::debug, QStringLiteral("d")), debug);
+        QCOMPARE(capture.contains(LogLevel::info, QStringLiteral("i")), info);
+        QCOMPARE(capture.contains(LogLevel::error, QStringLiteral("e")), error);
+        QCOMPARE(capture.messages(LogLevel::error).size(), error ? 2 : 0);
+    }
+
+    void failureLines_data()
+    {
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("with reason") << "The file couldn’t be saved."
+                                     << "Permission denied"
+                                     << "subscript(_:):53 error : The file couldn’t be saved., "
+                                        "failure reason: Permission denied";
+        QTest::newRow("without reason")
+            << "Something failed." << QString()
+            << "subscript(_:):53 error : Something failed., failure reason: -";
+    }
+    void failureLines()
+    {
+        QFETCH(QString, description);
+        QFETCH(QString, reason);
+        QFETCH(QString, expected);
+        LogCapture capture;
+        AppLogger::error(AppError(description, reason), QStringLiteral("subscript(_:)"), 53);
+        QCOMPARE(capture.messages(LogLevel::error), QStringList{expected});
+    }
+
+    void foreignExceptionsUseTheirText()
+    {
+        LogCapture capture;
+        AppLogger::error(std::runtime_error("boom"), QStringLiteral("run()"), 7);
+        QCOMPARE(capture.messages(LogLevel::error),
+                 QStringList{QStringLiteral("run():7 error : boom, failure reason: -")});
+    }
+
+    void errnoErrorsReadLikeTheSystem()
+    {
+        const AppError error = AppError::fromErrno(ENOENT, QStringLiteral("cannot open /nope"));
+        QCOMPARE(error.failureReason(), QStringLiteral("No such file or directory"));
+        QCOMPARE(error.errnoValue(), ENOENT);
+        QCOMPARE(QString::fromUtf8(error.what()),
+                 QStringLiteral("cannot open /nope: No such file or directory"));
+    }
+
+    void loggerFactoryIsFixedOnceUsed()
+    {
+        AppLogger::logger();
+        QVERIFY(!AppLogger::setLoggerFactory([] { return std::unique_ptr<Logger>(); }));
+    }
+
+    void measurementsPrintLikeFloatingPointValues_data()
+    {
+        QTest::addColumn<double>("value");
+        QTest::addColumn<DurationUnit>("unit");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("zero") << 0.0 << DurationUnit::milliseconds << "0.0 ms";
+        QTest::newRow("fraction") << 1.25 << DurationUnit::seconds << "1.25 s";
+        QTest::newRow("whole") << 3.0 << DurationUnit::microseconds << "3.0 µs";
+        QTest::newRow("minutes") << 0.5 << DurationUnit::minutes << "0.5 min";
+        QTest::newRow("hours") << 2.0 << DurationUnit::hours << "2.0 hr";
+    }
+    void measurementsPrintLikeFloatingPointValues()
+    {
+        QFETCH(double, value);
+        QFETCH(DurationUnit, unit);
+        QFETCH(QString, expected);
+        QCOMPARE(DurationMeasurement({value, unit}).description(), expected);
+    }
+
+    void stopWatchFirstReadingHasNoDelta()
+    {
+        StopWatch watch(QStringLiteral("load"));
+        const QString text =
+            watch.description(QStringLiteral("scripts"), DurationUnit::milliseconds);
+        QVERIFY2(QRegularExpression(QStringLiteral("^load:scripts [0-9.e-]+ ms \\(\\+0\\.0 ms\\)$"))
+                     .match(text)
+                     .hasMatch(),
+                 qPrintable(text));
+        QCOMPARE(watch.delta(), 0u);
+        QVERIFY(watch.last() >= watch.start());
+    }
+
+    void stopWatchLaterReadingsCarryTheStep()
+    {
+        StopWatch watch;
+        watch.elapsed(DurationUnit::nanoseconds);
+        const std::uint64_t first = watch.last();
+        QTest::qSleep(2);
+        const std::uint64_t elapsed = watch.elapsedInteger(DurationUnit::nanoseconds);
+        QVERIFY(watch.delta() >= 2'000'000u);
+        QCOMPARE(watch.delta(), watch.last() - first);
+        QCOMPARE(elapsed, watch.current() - watch.start());
+    }
+
+    void stopWatchDescriptionLeavesOutEmptyParts_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("label");
+        QTest::addColumn<QString>("pattern");
+        QTest::newRow("neither") << QString() << QString() << "^[0-9.e-]+ s \\(\\+0\\.0 s\\)$";
+        QTest::newRow("name only") << "n" << QString() << "^n:[0-9.e-]+ s ";
+        QTest::newRow("label only") << QString() << "l"
+                                    << "^l [0-9.e-]+ s ";
+    }
+    void stopWatchDescriptionLeavesOutEmptyParts()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, label);
+        QFETCH(QString, pattern);
+        StopWatch watch(name);
+        const QString text = watch.description(label, DurationUnit::seconds);
+        QVERIFY2(QRegularExpression(pattern).match(text).hasMatch(), qPrintable(text));
+    }
+};
+
+BRAMBLEWORTH_TEST_MAIN(TestLogging)
+#include "test_logging.moc"

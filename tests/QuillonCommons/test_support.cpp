@@ -1,0 +1,237 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#include "common/TestEnvironment.h"
+
+#include "QuillonCommons/AppError.h"
+#include "QuillonCommons/Command.h"
+#include "QuillonCommons/DistributedNotificationsObserver.h"
+#include "QuillonCommons/FileUtils.h"
+#include "QuillonCommons/JsonWriter.h"
+#include "QuillonCommons/LogCapture.h"
+#include "QuillonCommons/NotificationsObserver.h"
+#include "QuillonCommons/Utf8.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSignalSpy>
+
+#include <sys/stat.h>
+
+namespace {
+int modeOf(const QString& path)
+{
+    struct stat info
+    {};
+    if (::stat(QFile::encodeName(path).constData(), &info) != 0)
+        return -1;
+    return int(info.st_mode & 07777);
+}
+} // namespace
+
+class TestSupport : public QObject
+{
+    Q_OBJECT
+private slots:
+    // Scratch files
+
+    void scratchDirectoriesAreFreshAndPrivate()
+    {
+        const auto first = FileUtils::tempraryDirectory();
+        const auto second = FileUtils::tempraryDirectory();
+        QVERIFY(first && second);
+        QVERIFY(*first != *second);
+        QVERIFY(first->startsWith(QDir::tempPath()));
+        QCOMPARE(modeOf(*first), 0700);
+        QVERIFY(QDir(*first).isEmpty());
+    }
+
+    void scratchFilesLiveAloneInTheirOwnDirectory()
+    {
+        const auto a = FileUtils::tempraryFile();
+        const auto b = FileUtils::tempraryFile();
+        QVERIFY(a && b);
+        QVERIFY(!QFileInfo::exists(*a));
+        QVERIFY(QFileInfo(*a).absolutePath() != QFileInfo(*b).absolutePath());
+        QCOMPARE(modeOf(QFileInfo(*a).absolutePath()), 0700);
+        QCOMPARE(QFileInfo(*a).fileName().size(), 36);
+    }
+
+    void failingScratchDirectoryIsLoggedAndAbsent()
+    {
+        const QByteArray saved = qgetenv("TMPDIR");
+        qputenv("TMPDIR", "/nonexistent/brambleworth");
+        LogCapture capture;
+        const auto file = FileUtils::tempraryFile();
+        qputenv("TMPDIR", saved);
+        QVERIFY(!file);
+        const QStringList errors = capture.messages(LogLevel::error);
+        QCOMPARE(errors.size(), 1);
+        QVERIFY2(errors.first().startsWith(QStringLiteral("tempraryFile():")),
+                 qPrintable(errors.first()));
+    }
+
+    void atomicWritesReplaceWholeFiles()
+    {
+        const QString folder = *FileUtils::tempraryDirectory();
+        const QString path = folder + QStringLiteral("/data.json");
+        FileUtils::writeAtomically(path, "first");
+        FileUtils::writeAtomically(path, "second");
+        QCOMPARE(TestEnvironment::readFile(path), QByteArray("second"));
+        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden),
+                 QStringList{QStringLiteral("data.json")});
+        QVERIFY_THROWS_EXCEPTION(
+            AppError, FileUtils::writeAtomically(folder + QStringLiteral("/no/such/x"), "x"));
+    }
+
+    // Commands
+
+    void commandReturnsOutputAndLogsErrors()
+    {
+        LogCapture capture;
+        const QString out = Command().run(QStringLiteral("echo out; echo problem >&2; exit 1"));
+        QCOMPARE(out, QStringLiteral("out\n"));
+        QCOMPARE(capture.messages(LogLevel::error), QStringList{QStringLiteral("problem\n")});
+    }
+
+    void commandStderrThatIsNotUtf8IsNotLogged()
+    {
+        LogCapture capture;
+        QCOMPARE(Command().run(QStringLiteral("printf '\\377\\376' >&2")), QString());
+        QVERIFY(capture.messages(LogLevel::error).isEmpty());
+    }
+
+    void commandEnvironmentIsComplete()
+    {
+        const Command command({{QStringLiteral("GREETING"), QStringLiteral("hello")}});
+        QCOMPARE(command.run(QStringLiteral("echo \"$GREETING:$HOME\"")),
+                 QStringLiteral("hello:\n"));
+        QVERIFY(Command().env().contains(QStringLiteral("PATH")));
+    }
+
+    void commandReadsLargeOutputWithoutStalling()
+    {
+        const QString out = Command().run(QStringLiteral("head -c 1000000 /dev/zero | tr '\\0' x"));
+        QCOMPARE(out.size(), 1000000);
+    }
+
+    // Strict UTF-8 and JSON
+
+    void utf8RefusesWhatItCannotRoundTrip()
+    {
+        QVERIFY(!Utf8::decode(QByteArray("\xC3", 1)));
+        QCOMPARE(*Utf8::decode(QByteArray("\xC3\xA9")), QStringLiteral("é"));
+        QVERIFY(!Utf8::encode(QString(QChar(0xD800))));
+        QVERIFY(!Utf8::encode(QStringLiteral("a") + QChar(0xDC00) + QStringLiteral("b")));
+        QCOMPARE(*Utf8::encode(QStringLiteral("😀")), QByteArray("\xF0\x9F\x98\x80"));
+    }
+
+    void jsonStringsRoundTrip_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("plain") << "hello";
+        QTest::newRow("quotes and backslashes") << "say \"hi\" \\ bye";
+        QTest::newRow("control characters")
+            << QStringLiteral("tab\there\nnew\rline\b\f") + QChar(0x01) + QChar(0x1F);
+        QTest::newRow("slash and del") << QStringLiteral("a/b") + QChar(0x7F);
+        QTest::newRow("accents") << "café naïve";
+        QTest::newRow("outside the basic plane") << "emoji 😀 and 𝄞";
+        QTest::newRow("empty") << "";
+    }
+    void jsonStringsRoundTrip()
+    {
+        QFETCH(QString, text);
+        JsonWriter writer;
+        writer.beginArray();
+        writer.string(text);
+        writer.endArray();
+        QVERIFY(writer.ok());
+        const QJsonDocument document = QJsonDocument::fromJson(writer.data());
+        QVERIFY(document.isArray());
+        QCOMPARE(document.array().at(0).toString(), text);
+    }
+
+    void jsonWriterKeepsOrderAndFailsOnLoneSurrogates()
+    {
+        JsonWriter writer;
+        writer.beginObject();
+        writer.key(u"z");
+        writer.number(std::int64_t(-1));
+        writer.key(u"a");
+        writer.beginArray();
+        writer.boolean(true);
+        writer.null();
+        writer.number(std::uint64_t(1179648));
+        writer.endArray();
+        writer.endObject();
+        QCOMPARE(writer.data(), QByteArray(R"({"z":-1,"a":[true,null,1179648]})"));
+        QVERIFY(writer.ok());
+
+        JsonWriter broken;
+        broken.string(QString(QChar(0xD83D)));
+        QVERIFY(!broken.ok());
+    }
+
+    // Notifications
+
+    void notificationsReachMatchingObservers()
+    {
+        NotificationCenter center;
+        QStringList seen;
+        center.addObserver(
+            QStringLiteral("SelectionChanged"), {}, nullptr,
+            [&](const Notification& n) { seen << QStringLiteral("named:") + n.object.toString(); });
+        center.addObserver({}, QStringLiteral("x"), nullptr, [&](const Notification& n) {
+            seen << QStringLiteral("object:") + n.name;
+        });
+        const auto token = center.addObserver({}, {}, nullptr, [&](const Notification& n) {
+            seen << QStringLiteral("all:") + n.name;
+        });
+        center.post(QStringLiteral("SelectionChanged"), QStringLiteral("x"));
+        center.post(QStringLiteral("Other"), QStringLiteral("y"));
+        center.removeObserver(token);
+        center.post(QStringLiteral("Other"), QStringLiteral("x"));
+        QCOMPARE(seen, (QStringList{"named:x", "object:SelectionChanged", "all:SelectionChanged",
+                                    "all:Other", "object:Other"}));
+    }
+
+    void observersWithContextAreCalledThroughItsEventLoop()
+    {
+        NotificationCenter center;
+        QObject context;
+        int calls = 0;
+        center.addObserver(QStringLiteral("n"), {}, &context,
+                           [&](const Notification&) { ++calls; });
+        center.post(QStringLiteral("n"));
+        QCOMPARE(calls, 0);
+        QTRY_COMPARE(calls, 1);
+    }
+
+    void observersUnregisterWhenTheyGoAway()
+    {
+        const int before = NotificationCenter::defaultCenter()->observerCount();
+        const int distributedBefore = NotificationCenter::distributedCenter()->observerCount();
+        int calls = 0;
+        {
+            NotificationsObserver observer;
+            DistributedNotificationsObserver distributed;
+            observer.observe(QStringLiteral("n"), {}, nullptr,
+                             [&](const Notification&) { ++calls; });
+            distributed.observe(QStringLiteral("n"), {}, nullptr,
+                                [&](const Notification&) { calls += 10; });
+            QCOMPARE(observer.observers().size(), 1);
+            QCOMPARE(NotificationCenter::defaultCenter()->observerCount(), before + 1);
+            QCOMPARE(NotificationCenter::distributedCenter()->observerCount(),
+                     distributedBefore + 1);
+            NotificationCenter::defaultCenter()->post(QStringLiteral("n"));
+            NotificationCenter::distributedCenter()->post(QStringLiteral("n"));
+        }
+        NotificationCenter::defaultCenter()->post(QStringLiteral("n"));
+        QCOMPARE(calls, 11);
+        QCOMPARE(NotificationCenter::defaultCenter()->observerCount(), before);
+        QCOMPARE(NotificationCenter::distributedCenter()->observerCount(), distributedBefore);
+    }
+};
+
+BRAMBLEWORTH_TEST_MAIN(TestSupport)
+#include "test_support.moc"
