@@ -24,7 +24,9 @@ namespace {
 
 AppError corrupted(const QString& reason)
 {
-    return AppError(QStringLiteral("The data couldn’t be read because it isn’t in the correct format."), reason);
+    return AppError(
+        QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
+        reason);
 }
 
 QString string(const QJsonObject& object, const QString& key)
@@ -46,7 +48,9 @@ quint64 unsignedInteger(const QJsonObject& object, const QString& key)
         return static_cast<quint64>(integer);
     const double number = value.toDouble();
     if (number < 0 || number >= 18446744073709551616.0 || std::trunc(number) != number)
-        throw corrupted(QStringLiteral("Number for key “%1” does not fit an unsigned 64-bit integer.").arg(key));
+        throw corrupted(
+            QStringLiteral("Number for key “%1” does not fit an unsigned 64-bit integer.")
+                .arg(key));
     return static_cast<quint64>(number);
 }
 
@@ -97,8 +101,9 @@ QByteArray AppHotKeyManager::encode(const QList<RegisteredHotKey>& hotKeys)
     }
     writer.endArray();
     if (!writer.ok())
-        throw AppError(QStringLiteral("The data couldn’t be written because it isn’t in the correct format."),
-                       QStringLiteral("A string is not valid Unicode."));
+        throw AppError(
+            QStringLiteral("The data couldn’t be written because it isn’t in the correct format."),
+            QStringLiteral("A string is not valid Unicode."));
     return writer.take();
 }
 
@@ -115,7 +120,8 @@ QList<RegisteredHotKey> AppHotKeyManager::decode(const QByteArray& data)
         if (!element.isObject())
             throw corrupted(QStringLiteral("Expected an object in the array."));
         const QJsonObject object = element.toObject();
-        hotKeys.append(RegisteredHotKey{string(object, QStringLiteral("id")), string(object, QStringLiteral("key")),
+        hotKeys.append(RegisteredHotKey{string(object, QStringLiteral("id")),
+                                        string(object, QStringLiteral("key")),
                                         unsignedInteger(object, QStringLiteral("modifiers"))});
     }
     return hotKeys;
@@ -132,10 +138,12 @@ void AppHotKeyManager::load()
         const QString path = *directory + QLatin1Char('/') + fileName;
         QFile file(path);
         if (!file.open(QIODevice::ReadOnly))
-            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(fileName), file.errorString());
+            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(fileName),
+                           file.errorString());
         const QByteArray data = file.readAll();
         if (file.error() != QFileDevice::NoError)
-            throw AppError(QStringLiteral("The file “%1” couldn’t be read.").arg(fileName), file.errorString());
+            throw AppError(QStringLiteral("The file “%1” couldn’t be read.").arg(fileName),
+                           file.errorString());
         m_registeredHotKeys = decode(data);
     } catch (const std::exception& failure) {
         AppLogger::error(failure, QStringLiteral("load()"), __LINE__);
@@ -150,7 +158,8 @@ void AppHotKeyManager::save()
         return;
     }
     try {
-        FileUtils::writeAtomically(*directory + QLatin1Char('/') + fileName, encode(m_registeredHotKeys));
+        FileUtils::writeAtomically(*directory + QLatin1Char('/') + fileName,
+                                   encode(m_registeredHotKeys));
     } catch (const std::exception& failure) {
         AppLogger::error(failure, QStringLiteral("save()"), __LINE__);
     }
@@ -161,15 +170,17 @@ bool AppHotKeyManager::registerHotKey(const RegisteredHotKey& hotKey)
     // The registration outlives nothing it captures: a manager gone by the time of a press is
     // simply not told.
     QPointer<AppHotKeyManager> self(this);
-    return HotKeyManager::registerHotKey(
-        hotKey.id, hotKey.key, hotKey.modifiers, [self](const QString& id, HotKeyManager::State state) {
-            if (state == HotKeyManager::State::up)
-                return;
-            const QString trace = QStringLiteral("hotkey for ") + id + QStringLiteral(" is pressed");
-            Q_UNUSED(trace)
-            if (self && self->onHotKeyPressed)
-                self->onHotKeyPressed(id);
-        });
+    return HotKeyManager::registerHotKey(hotKey.id, hotKey.key, hotKey.modifiers,
+                                         [self](const QString& id, HotKeyManager::State state) {
+                                             if (state == HotKeyManager::State::up)
+                                                 return;
+                                             const QString trace = QStringLiteral("hotkey for ") +
+                                                                   id +
+                                                                   QStringLiteral(" is pressed");
+                                             Q_UNUSED(trace)
+                                             if (self && self->onHotKeyPressed)
+                                                 self->onHotKeyPressed(id);
+                                         });
 }
 
 void AppHotKeyManager::registerHotKeys(const QStringList& scriptIds)
@@ -177,7 +188,8 @@ void AppHotKeyManager::registerHotKeys(const QStringList& scriptIds)
     QSet<QString> stored;
     for (const RegisteredHotKey& hotKey : std::as_const(m_registeredHotKeys))
         stored.insert(hotKey.id);
-    const QSet<QString> existing = QSet<QString>(scriptIds.begin(), scriptIds.end()).intersect(stored);
+    const QSet<QString> existing =
+        QSet<QString>(scriptIds.begin(), scriptIds.end()).intersect(stored);
     // A copy: a handler run during registration must not pull the list from under the loop.
     const QList<RegisteredHotKey> hotKeys = m_registeredHotKeys;
     for (const RegisteredHotKey& hotKey : hotKeys) {

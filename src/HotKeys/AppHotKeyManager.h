@@ -41,7 +41,8 @@ public:
     void add(const QString& id, const QString& key, ModifierFlags modifiers);
     // Whatever the script had is dropped first, and stays dropped if the new combination
     // cannot be registered.
-    std::optional<RegisteredHotKey> update(const QString& id, const QString& key, ModifierFlags modifiers);
+    std::optional<RegisteredHotKey> update(const QString& id, const QString& key,
+                                           ModifierFlags modifiers);
     void remove(const QString& id);
 
     // The file's content for a list, and a list from a file's content; both throw AppError.

@@ -13,7 +13,10 @@ struct HotKeyInfos
     QString key;
     ModifierFlags modifiers = 0;
 
-    static HotKeyInfos from(const RegisteredHotKey& hotKey) { return {hotKey.id, hotKey.key, hotKey.modifiers}; }
+    static HotKeyInfos from(const RegisteredHotKey& hotKey)
+    {
+        return {hotKey.id, hotKey.key, hotKey.modifiers};
+    }
 
     friend bool operator==(const HotKeyInfos&, const HotKeyInfos&) = default;
 };

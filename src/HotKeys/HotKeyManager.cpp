@@ -75,8 +75,8 @@ bool HotKeyManager::isEventHandlerInstalled()
     return state().eventHandlerInstalled;
 }
 
-bool HotKeyManager::registerHotKey(const QString& identifier, const QString& key, ModifierFlags modifiers,
-                                   Handler handler)
+bool HotKeyManager::registerHotKey(const QString& identifier, const QString& key,
+                                   ModifierFlags modifiers, Handler handler)
 {
     const auto& mapping = KeyboardLayout::shared().keyCodesMapping();
     const auto found = mapping.constFind(key);

@@ -16,7 +16,11 @@
 class HotKeyManager
 {
 public:
-    enum class State { up = 0, down = 1 };
+    enum class State
+    {
+        up = 0,
+        down = 1
+    };
     using Handler = std::function<void(const QString& identifier, State state)>;
 
     struct HotKeyData
@@ -42,8 +46,8 @@ public:
     static void installEventHandler();
     static bool isEventHandlerInstalled();
     // `register` is a C++ keyword.
-    static bool registerHotKey(const QString& identifier, const QString& key, ModifierFlags modifiers,
-                               Handler handler);
+    static bool registerHotKey(const QString& identifier, const QString& key,
+                               ModifierFlags modifiers, Handler handler);
     static void unregister(const QString& identifier);
     static void unregisterAll();
     static std::optional<HotKeyData> hotKeyData(const QString& identifier);

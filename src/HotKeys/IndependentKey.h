@@ -9,7 +9,8 @@
 // Keys whose meaning does not depend on the keyboard layout, by their virtual key code. They
 // are always shown with a fixed symbol or name, whatever the layout would type for them.
 // `return` and `delete` are C++ keywords, hence the trailing underscore on those two.
-enum class IndependentKey : quint16 {
+enum class IndependentKey : quint16
+{
     return_ = 36,
     tab = 48,
     space = 49,

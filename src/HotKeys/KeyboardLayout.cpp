@@ -36,11 +36,11 @@ public:
 KeyboardLayout::KeyboardLayout()
 {
     buildMapping();
-    m_distributedNotificationsObserver.observe(selectedKeyboardInputSourceChanged, {}, nullptr,
-                                               [this](const Notification&) {
-                                                   AppLogger::debug(QStringLiteral("Keyboard layout changed"));
-                                                   buildMapping();
-                                               });
+    m_distributedNotificationsObserver.observe(
+        selectedKeyboardInputSourceChanged, {}, nullptr, [this](const Notification&) {
+            AppLogger::debug(QStringLiteral("Keyboard layout changed"));
+            buildMapping();
+        });
 }
 
 KeyboardLayout& KeyboardLayout::shared()
@@ -69,7 +69,8 @@ KeyboardLayoutSource* KeyboardLayout::layoutSource()
     return source.get();
 }
 
-std::optional<QString> KeyboardLayout::translate(quint16 keyCode, const KeyboardLayoutSource& layout,
+std::optional<QString> KeyboardLayout::translate(quint16 keyCode,
+                                                 const KeyboardLayoutSource& layout,
                                                  ModifierFlags modifiers)
 {
     if (const auto independent = IndependentKeys::fromKeyCode(keyCode))

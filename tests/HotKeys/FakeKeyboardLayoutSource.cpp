@@ -18,9 +18,9 @@ std::optional<QString> FakeKeyboardLayoutSource::string(quint16 keyCode, quint32
 QHash<quint16, QString> FakeKeyboardLayoutSource::usPlain()
 {
     return {
-        {0, "a"},  {1, "s"},  {2, "d"},  {6, "z"},  {7, "x"},  {16, "y"}, {18, "1"}, {19, "2"},
-        {20, "3"}, {24, "="}, {27, "-"}, {29, "0"}, {31, "o"}, {40, "k"}, {83, "1"}, {84, "2"},
-        {82, "0"}, {33, "["},
+        {0, "a"},  {1, "s"},  {2, "d"},  {6, "z"},  {7, "x"},  {16, "y"},
+        {18, "1"}, {19, "2"}, {20, "3"}, {24, "="}, {27, "-"}, {29, "0"},
+        {31, "o"}, {40, "k"}, {83, "1"}, {84, "2"}, {82, "0"}, {33, "["},
     };
 }
 
@@ -43,5 +43,6 @@ void FakeKeyboardLayoutSource::switchTo(const QHash<quint16, QString>& newPlain,
 {
     plain = newPlain;
     shifted = newShifted;
-    NotificationCenter::distributedCenter()->post(KeyboardLayout::selectedKeyboardInputSourceChanged);
+    NotificationCenter::distributedCenter()->post(
+        KeyboardLayout::selectedKeyboardInputSourceChanged);
 }

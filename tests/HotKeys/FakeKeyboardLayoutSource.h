@@ -21,7 +21,8 @@ public:
     static QHash<quint16, QString> germanPlain();
 
     // Changes the tables and announces it the way the platform does.
-    void switchTo(const QHash<quint16, QString>& newPlain, const QHash<quint16, QString>& newShifted = {});
+    void switchTo(const QHash<quint16, QString>& newPlain,
+                  const QHash<quint16, QString>& newShifted = {});
 
     bool layoutData = true;
     QHash<quint16, QString> plain = usPlain();

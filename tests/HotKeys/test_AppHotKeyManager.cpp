@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/Preferences.h"
 #include "FakeHotKeyBackend.h"
 #include "FakeKeyboardLayoutSource.h"
-#include "App/Preferences.h"
 #include "HotKeys/AppHotKeyManager.h"
 #include "HotKeys/HotKeyInfos.h"
 #include "HotKeys/HotKeyManager.h"
@@ -34,13 +34,18 @@ class TestAppHotKeyManager : public QObject
     }
 
 private slots:
-    void initTestCase() { KeyboardLayout::setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>()); }
+    void initTestCase()
+    {
+        KeyboardLayout::setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>());
+    }
 
     void init()
     {
         // A fresh data folder for each test.
-        const QString folder = m_environment.makeFolder(QStringLiteral("support-%1").arg(++m_folderCount));
-        Preferences::shared().setValue(QStringLiteral("CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), folder);
+        const QString folder =
+            m_environment.makeFolder(QStringLiteral("support-%1").arg(++m_folderCount));
+        Preferences::shared().setValue(QStringLiteral("CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
+                                       folder);
         AppConfig::resetForTesting();
         m_file = *AppConfig::applicationSupportDirectoryURL() + QStringLiteral("/HotKeys.json");
         QVERIFY(m_file.startsWith(folder));
@@ -53,7 +58,8 @@ private slots:
 
     void fileFormatIsCompactInKeyOrder()
     {
-        const QList<RegisteredHotKey> hotKeys{hotKey("B5F1-script", "a", 1179648), hotKey("x\"y", "↩", 0)};
+        const QList<RegisteredHotKey> hotKeys{hotKey("B5F1-script", "a", 1179648),
+                                              hotKey("x\"y", "↩", 0)};
         QCOMPARE(AppHotKeyManager::encode(hotKeys),
                  QByteArray("[{\"id\":\"B5F1-script\",\"key\":\"a\",\"modifiers\":1179648},"
                             "{\"id\":\"x\\\"y\",\"key\":\"↩\",\"modifiers\":0}]"));
@@ -82,9 +88,12 @@ private slots:
         QTest::newRow("not json") << QByteArray("[{");
         QTest::newRow("object at top") << QByteArray("{}");
         QTest::newRow("missing key") << QByteArray(R"([{"id":"a","modifiers":0}])");
-        QTest::newRow("negative modifiers") << QByteArray(R"([{"id":"a","key":"a","modifiers":-1}])");
-        QTest::newRow("fractional modifiers") << QByteArray(R"([{"id":"a","key":"a","modifiers":1.5}])");
-        QTest::newRow("modifiers as text") << QByteArray(R"([{"id":"a","key":"a","modifiers":"1"}])");
+        QTest::newRow("negative modifiers")
+            << QByteArray(R"([{"id":"a","key":"a","modifiers":-1}])");
+        QTest::newRow("fractional modifiers")
+            << QByteArray(R"([{"id":"a","key":"a","modifiers":1.5}])");
+        QTest::newRow("modifiers as text")
+            << QByteArray(R"([{"id":"a","key":"a","modifiers":"1"}])");
         QTest::newRow("empty file") << QByteArray();
     }
 
@@ -167,7 +176,8 @@ private slots:
         manager->add("s1", "a", flags);
         QCOMPARE(manager->registeredHotKeys(), QList<RegisteredHotKey>{hotKey("s1", "a", flags)});
         QCOMPARE(fileContent(), QByteArray(R"([{"id":"s1","key":"a","modifiers":1179912}])"));
-        QCOMPARE(HotKeyInfos::from(manager->registeredHotKeys().first()), (HotKeyInfos{"s1", "a", flags}));
+        QCOMPARE(HotKeyInfos::from(manager->registeredHotKeys().first()),
+                 (HotKeyInfos{"s1", "a", flags}));
 
         auto reloaded = makeManager();
         QCOMPARE(reloaded->registeredHotKeys(), manager->registeredHotKeys());
@@ -179,7 +189,8 @@ private slots:
         manager->add("s1", "a", commandShift);
         const QByteArray before = fileContent();
         manager->add("s1", "s", ModifierFlag::control);
-        QCOMPARE(manager->registeredHotKeys(), QList<RegisteredHotKey>{hotKey("s1", "a", commandShift)});
+        QCOMPARE(manager->registeredHotKeys(),
+                 QList<RegisteredHotKey>{hotKey("s1", "a", commandShift)});
         QCOMPARE(m_backend->grabs.size(), 1);
         QCOMPARE(fileContent(), before);
 
@@ -232,7 +243,8 @@ private slots:
         manager->add("s1", "a", commandShift);
         manager->add("s2", "s", commandShift);
         manager->remove("s1");
-        QCOMPARE(manager->registeredHotKeys(), QList<RegisteredHotKey>{hotKey("s2", "s", commandShift)});
+        QCOMPARE(manager->registeredHotKeys(),
+                 QList<RegisteredHotKey>{hotKey("s2", "s", commandShift)});
         QCOMPARE(m_backend->grabs.size(), 1);
         QCOMPARE(fileContent(), QByteArray(R"([{"id":"s2","key":"s","modifiers":1179648}])"));
         manager->remove("unknown");
@@ -246,7 +258,9 @@ private slots:
         manager->add("s1", "a", commandShift);
         const quint32 id = HotKeyManager::hotKeyData("s1")->hotKeyId;
         m_backend->press(id); // no callback set yet: nothing happens
-        manager->onHotKeyPressed = [&](const QString& scriptId) { pressed.append(scriptId); };
+        manager->onHotKeyPressed = [&](const QString& scriptId) {
+            pressed.append(scriptId);
+        };
         m_backend->press(id);
         m_backend->release(id);
         QCOMPARE(pressed, QStringList{"s1"});

@@ -17,13 +17,18 @@ class TestHotKeyManager : public QObject
 
     HotKeyManager::Handler recorder()
     {
-        return [this](const QString& identifier, State state) { m_calls.append({identifier, state}); };
+        return [this](const QString& identifier, State state) {
+            m_calls.append({identifier, state});
+        };
     }
 
     static constexpr ModifierFlags commandShift = ModifierFlag::command | ModifierFlag::shift;
 
 private slots:
-    void initTestCase() { KeyboardLayout::setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>()); }
+    void initTestCase()
+    {
+        KeyboardLayout::setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>());
+    }
 
     void init()
     {
@@ -49,8 +54,8 @@ private slots:
         QTest::newRow("command shift raw") << quint64(1179648) << quint32(0x0300);
         QTest::newRow("all four") << quint64(0x1E0000) << quint32(0x1B00);
         QTest::newRow("others dropped")
-            << quint64(ModifierFlag::capsLock | ModifierFlag::numericPad | ModifierFlag::help | ModifierFlag::function |
-                       0x108 | ModifierFlag::option)
+            << quint64(ModifierFlag::capsLock | ModifierFlag::numericPad | ModifierFlag::help |
+                       ModifierFlag::function | 0x108 | ModifierFlag::option)
             << quint32(0x0800);
     }
 
@@ -77,8 +82,8 @@ private slots:
     {
         QVERIFY(HotKeyManager::registerHotKey("one", "a", commandShift, recorder()));
         LogCapture capture;
-        const ModifierFlags noisy =
-            commandShift | ModifierFlag::capsLock | ModifierFlag::function | ModifierFlag::numericPad | 0x10a;
+        const ModifierFlags noisy = commandShift | ModifierFlag::capsLock | ModifierFlag::function |
+                                    ModifierFlag::numericPad | 0x10a;
         QVERIFY(!HotKeyManager::registerHotKey("two", "a", noisy, recorder()));
         QVERIFY(capture.contains(LogLevel::error, "unable to register hot key"));
     }
@@ -179,10 +184,12 @@ private slots:
 
     void handlerMayUnregisterItself()
     {
-        QVERIFY(HotKeyManager::registerHotKey("script", "a", 0, [](const QString& identifier, State) {
-            HotKeyManager::unregister(identifier);
-        }));
-        QCOMPARE(m_backend->press(HotKeyManager::hotKeyData("script")->hotKeyId), HotKeyManager::eventNotHandledErr);
+        QVERIFY(
+            HotKeyManager::registerHotKey("script", "a", 0, [](const QString& identifier, State) {
+                HotKeyManager::unregister(identifier);
+            }));
+        QCOMPARE(m_backend->press(HotKeyManager::hotKeyData("script")->hotKeyId),
+                 HotKeyManager::eventNotHandledErr);
         QVERIFY(HotKeyManager::hotKeys().empty());
     }
 

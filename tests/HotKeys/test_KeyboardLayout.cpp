@@ -57,7 +57,8 @@ private slots:
         QTest::newRow("volume up") << 72 << quint64(0) << true << "";
         QTest::newRow("mute") << 74 << quint64(0) << true << "";
         QTest::newRow("help") << 114 << quint64(0) << true << "";
-        QTest::newRow("return ignores modifiers") << 36 << quint64(ModifierFlag::command) << true << "↩";
+        QTest::newRow("return ignores modifiers")
+            << 36 << quint64(ModifierFlag::command) << true << "↩";
         QTest::newRow("F5") << 96 << quint64(0) << true << "F5";
         QTest::newRow("right command") << 54 << quint64(0) << true << "⌘";
         QTest::newRow("key absent from layout") << 5 << quint64(0) << false << "";
@@ -69,7 +70,8 @@ private slots:
         QFETCH(quint64, modifiers);
         QFETCH(bool, hasString);
         QFETCH(QString, expected);
-        const auto string = KeyboardLayout::shared().string(static_cast<quint16>(keyCode), modifiers);
+        const auto string =
+            KeyboardLayout::shared().string(static_cast<quint16>(keyCode), modifiers);
         QCOMPARE(string.has_value(), hasString);
         if (hasString)
             QCOMPARE(*string, expected);
@@ -78,8 +80,9 @@ private slots:
     void layoutSeesOnlyTheCarbonMask()
     {
         m_source->lookups.clear();
-        KeyboardLayout::shared().string(0, ModifierFlag::command | ModifierFlag::shift | ModifierFlag::capsLock |
-                                               ModifierFlag::function | 0x100);
+        KeyboardLayout::shared().string(0, ModifierFlag::command | ModifierFlag::shift |
+                                               ModifierFlag::capsLock | ModifierFlag::function |
+                                               0x100);
         QCOMPARE(m_source->lookups.size(), 1);
         QCOMPARE(m_source->lookups.first().second, quint32(0x0300));
     }
