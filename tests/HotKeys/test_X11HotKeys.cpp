@@ -45,8 +45,8 @@ public:
 
     bool grab(quint8 keyCode, quint16 modifiers)
     {
-        const auto cookie = xcb_grab_key_checked(m_connection, 0, m_root, modifiers, keyCode, XCB_GRAB_MODE_ASYNC,
-                                                 XCB_GRAB_MODE_ASYNC);
+        const auto cookie = xcb_grab_key_checked(m_connection, 0, m_root, modifiers, keyCode,
+                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
         xcb_generic_error_t* error = xcb_request_check(m_connection, cookie);
         std::free(error);
         return error == nullptr;
@@ -79,10 +79,15 @@ class TestX11HotKeys : public QObject
 
     HotKeyManager::Handler recorder()
     {
-        return [this](const QString& identifier, State state) { m_calls.append({identifier, state}); };
+        return [this](const QString& identifier, State state) {
+            m_calls.append({identifier, state});
+        };
     }
 
-    static const QHash<QString, quint16>& mapping() { return KeyboardLayout::shared().keyCodesMapping(); }
+    static const QHash<QString, quint16>& mapping()
+    {
+        return KeyboardLayout::shared().keyCodesMapping();
+    }
 
     static void useLayout(const QString& layout, const QString& key, quint16 expectedCode)
     {
@@ -249,12 +254,15 @@ private slots:
     void scriptAssignmentFiresThroughTheApplicationManager()
     {
         TestEnvironment environment;
-        Preferences::shared().setValue("CUSTOM_APPLICATION_SUPPORT_DIRECTORY", environment.makeFolder("support"));
+        Preferences::shared().setValue("CUSTOM_APPLICATION_SUPPORT_DIRECTORY",
+                                       environment.makeFolder("support"));
         AppConfig::resetForTesting();
         QStringList pressed;
         {
             AppHotKeyManager manager;
-            manager.onHotKeyPressed = [&](const QString& id) { pressed.append(id); };
+            manager.onHotKeyPressed = [&](const QString& id) {
+                pressed.append(id);
+            };
             manager.add("script-id", "↩", controlOption);
             QCOMPARE(manager.registeredHotKeys().size(), 1);
             QCOMPARE(run("xdotool", {"key", "ctrl+alt+Return"}), 0);

@@ -45,8 +45,9 @@ bool X11HotKeys::install()
         Q_UNUSED(routineAdded)
         g_connectionUsable = true;
     } else {
-        AppLogger::error(QStringLiteral("no X11 connection: global hot keys need an X11 session (platform %1)")
-                             .arg(qGuiApp ? QGuiApplication::platformName() : QStringLiteral("none")));
+        AppLogger::error(
+            QStringLiteral("no X11 connection: global hot keys need an X11 session (platform %1)")
+                .arg(qGuiApp ? QGuiApplication::platformName() : QStringLiteral("none")));
     }
     HotKeyManager::setBackend(std::make_unique<XcbHotKeyBackend>(xcb));
     KeyboardLayout::setLayoutSource(std::make_unique<XkbKeyboardLayoutSource>(xcb));

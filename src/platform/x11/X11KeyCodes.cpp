@@ -91,9 +91,24 @@ std::optional<quint16> X11KeyCodes::virtualKeyCode(quint8 xKeyCode)
 bool X11KeyCodes::isKeypad(quint16 virtualKeyCode)
 {
     switch (virtualKeyCode) {
-    case 0x41: case 0x43: case 0x45: case 0x4B: case 0x4C: case 0x4E: case 0x51: case 0x52:
-    case 0x53: case 0x54: case 0x55: case 0x56: case 0x57: case 0x58: case 0x59: case 0x5B:
-    case 0x5C: case 0x5F:
+    case 0x41:
+    case 0x43:
+    case 0x45:
+    case 0x4B:
+    case 0x4C:
+    case 0x4E:
+    case 0x51:
+    case 0x52:
+    case 0x53:
+    case 0x54:
+    case 0x55:
+    case 0x56:
+    case 0x57:
+    case 0x58:
+    case 0x59:
+    case 0x5B:
+    case 0x5C:
+    case 0x5F:
         return true;
     default:
         return false;

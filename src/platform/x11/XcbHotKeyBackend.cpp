@@ -31,7 +31,8 @@ using XcbReply = std::unique_ptr<T, FreeDeleter>;
 
 void logNoConnection()
 {
-    AppLogger::error(QStringLiteral("no X11 connection: global hot keys are unavailable in this session"));
+    AppLogger::error(
+        QStringLiteral("no X11 connection: global hot keys are unavailable in this session"));
 }
 
 } // namespace
@@ -56,7 +57,8 @@ XcbHotKeyBackend::~XcbHotKeyBackend()
 
 bool XcbHotKeyBackend::usable() const
 {
-    return m_connection && m_root && X11HotKeys::connectionUsable() && !xcb_connection_has_error(m_connection);
+    return m_connection && m_root && X11HotKeys::connectionUsable() &&
+           !xcb_connection_has_error(m_connection);
 }
 
 quint16 XcbHotKeyBackend::xModifiers(quint32 carbonModifiers)
@@ -166,8 +168,8 @@ bool XcbHotKeyBackend::registerHotKey(quint16 keyCode, quint32 modifiers, quint3
     std::vector<xcb_void_cookie_t> cookies;
     for (const quint16 variant : variants) {
         // Not owner events: every press comes relative to the root, even over our own windows.
-        cookies.push_back(xcb_grab_key_checked(m_connection, 0, m_root, variant, *xKeyCode, XCB_GRAB_MODE_ASYNC,
-                                               XCB_GRAB_MODE_ASYNC));
+        cookies.push_back(xcb_grab_key_checked(m_connection, 0, m_root, variant, *xKeyCode,
+                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
     }
     std::vector<quint16> grabbed;
     bool refused = false;
@@ -179,7 +181,8 @@ bool XcbHotKeyBackend::registerHotKey(quint16 keyCode, quint32 modifiers, quint3
         }
         refused = true;
         if (error->error_code != badAccess)
-            AppLogger::error(QStringLiteral("key grab failed with X error %1").arg(error->error_code));
+            AppLogger::error(
+                QStringLiteral("key grab failed with X error %1").arg(error->error_code));
     }
     if (refused) {
         for (const quint16 variant : grabbed)

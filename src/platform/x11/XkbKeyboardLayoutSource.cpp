@@ -20,10 +20,11 @@ namespace {
 
 // Every state component; the server refuses an affect mask with bits beyond them.
 constexpr quint16 allStateParts = 0x3fff;
-constexpr quint16 allMapParts =
-    XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS | XCB_XKB_MAP_PART_MODIFIER_MAP |
-    XCB_XKB_MAP_PART_EXPLICIT_COMPONENTS | XCB_XKB_MAP_PART_KEY_ACTIONS | XCB_XKB_MAP_PART_KEY_BEHAVIORS |
-    XCB_XKB_MAP_PART_VIRTUAL_MODS | XCB_XKB_MAP_PART_VIRTUAL_MOD_MAP;
+constexpr quint16 allMapParts = XCB_XKB_MAP_PART_KEY_TYPES | XCB_XKB_MAP_PART_KEY_SYMS |
+                                XCB_XKB_MAP_PART_MODIFIER_MAP |
+                                XCB_XKB_MAP_PART_EXPLICIT_COMPONENTS |
+                                XCB_XKB_MAP_PART_KEY_ACTIONS | XCB_XKB_MAP_PART_KEY_BEHAVIORS |
+                                XCB_XKB_MAP_PART_VIRTUAL_MODS | XCB_XKB_MAP_PART_VIRTUAL_MOD_MAP;
 constexpr quint16 allNewKeyboardDetails =
     XCB_XKB_NKN_DETAIL_KEYCODES | XCB_XKB_NKN_DETAIL_GEOMETRY | XCB_XKB_NKN_DETAIL_DEVICE_ID;
 
@@ -49,7 +50,8 @@ void XkbKeyboardLayoutSource::StateDeleter::operator()(xkb_state* state) const
     xkb_state_unref(state);
 }
 
-XkbKeyboardLayoutSource::XkbKeyboardLayoutSource(xcb_connection_t* connection) : m_connection(connection)
+XkbKeyboardLayoutSource::XkbKeyboardLayoutSource(xcb_connection_t* connection)
+    : m_connection(connection)
 {
     if (!m_connection || xcb_connection_has_error(m_connection))
         return;
@@ -73,8 +75,9 @@ XkbKeyboardLayoutSource::~XkbKeyboardLayoutSource()
 bool XkbKeyboardLayoutSource::setUpExtension()
 {
     quint8 eventBase = 0;
-    if (!xkb_x11_setup_xkb_extension(m_connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
-                                     XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &eventBase, nullptr)) {
+    if (!xkb_x11_setup_xkb_extension(
+            m_connection, XKB_X11_MIN_MAJOR_XKB_VERSION, XKB_X11_MIN_MINOR_XKB_VERSION,
+            XKB_X11_SETUP_XKB_EXTENSION_NO_FLAGS, nullptr, nullptr, &eventBase, nullptr)) {
         AppLogger::error(QStringLiteral("the X server has no XKB extension"));
         return false;
     }
@@ -92,13 +95,14 @@ bool XkbKeyboardLayoutSource::setUpExtension()
     details.newKeyboardDetails = allNewKeyboardDetails;
     details.affectState = allStateParts;
     details.stateDetails = allStateParts;
-    const quint16 events =
-        XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY | XCB_XKB_EVENT_TYPE_STATE_NOTIFY;
-    const xcb_void_cookie_t cookie =
-        xcb_xkb_select_events_aux_checked(m_connection, static_cast<xcb_xkb_device_spec_t>(m_deviceId), events, 0,
-                                          XCB_XKB_EVENT_TYPE_MAP_NOTIFY, allMapParts, allMapParts, &details);
+    const quint16 events = XCB_XKB_EVENT_TYPE_NEW_KEYBOARD_NOTIFY | XCB_XKB_EVENT_TYPE_MAP_NOTIFY |
+                           XCB_XKB_EVENT_TYPE_STATE_NOTIFY;
+    const xcb_void_cookie_t cookie = xcb_xkb_select_events_aux_checked(
+        m_connection, static_cast<xcb_xkb_device_spec_t>(m_deviceId), events, 0,
+        XCB_XKB_EVENT_TYPE_MAP_NOTIFY, allMapParts, allMapParts, &details);
     if (xcb_generic_error_t* error = xcb_request_check(m_connection, cookie)) {
-        AppLogger::error(QStringLiteral("unable to select keyboard events, X error %1").arg(error->error_code));
+        AppLogger::error(
+            QStringLiteral("unable to select keyboard events, X error %1").arg(error->error_code));
         std::free(error);
     }
     return true;
@@ -107,8 +111,8 @@ bool XkbKeyboardLayoutSource::setUpExtension()
 void XkbKeyboardLayoutSource::loadKeymap()
 {
     m_state.reset();
-    m_keymap.reset(
-        xkb_x11_keymap_new_from_device(m_context.get(), m_connection, m_deviceId, XKB_KEYMAP_COMPILE_NO_FLAGS));
+    m_keymap.reset(xkb_x11_keymap_new_from_device(m_context.get(), m_connection, m_deviceId,
+                                                  XKB_KEYMAP_COMPILE_NO_FLAGS));
     if (m_keymap)
         m_state.reset(xkb_state_new(m_keymap.get()));
 }
@@ -167,7 +171,8 @@ std::optional<QString> XkbKeyboardLayoutSource::string(quint16 keyCode, quint32 
     return std::nullopt;
 }
 
-bool XkbKeyboardLayoutSource::nativeEventFilter(const QByteArray& eventType, void* message, qintptr*)
+bool XkbKeyboardLayoutSource::nativeEventFilter(const QByteArray& eventType, void* message,
+                                                qintptr*)
 {
     if (eventType != "xcb_generic_event_t")
         return false;
@@ -200,7 +205,8 @@ void XkbKeyboardLayoutSource::scheduleReload(bool keymapChanged)
     if (m_reloadScheduled)
         return;
     m_reloadScheduled = true;
-    QMetaObject::invokeMethod(&m_receiver, [this] { reload(); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        &m_receiver, [this] { reload(); }, Qt::QueuedConnection);
 }
 
 void XkbKeyboardLayoutSource::reload()
@@ -212,5 +218,6 @@ void XkbKeyboardLayoutSource::reload()
         loadKeymap();
     m_keymapChanged = false;
     loadGroup();
-    NotificationCenter::distributedCenter()->post(KeyboardLayout::selectedKeyboardInputSourceChanged);
+    NotificationCenter::distributedCenter()->post(
+        KeyboardLayout::selectedKeyboardInputSourceChanged);
 }
