@@ -55,7 +55,8 @@ Summary summarize(std::vector<qint64> nanoseconds)
 {
     std::sort(nanoseconds.begin(), nanoseconds.end());
     const auto at = [&](double fraction) {
-        const size_t index = std::min(nanoseconds.size() - 1, size_t(fraction * double(nanoseconds.size() - 1) + 0.5));
+        const size_t index = std::min(nanoseconds.size() - 1,
+                                      size_t(fraction * double(nanoseconds.size() - 1) + 0.5));
         return double(nanoseconds[index]) / 1e6;
     };
     return {at(0.5), at(0.9)};
@@ -64,8 +65,8 @@ Summary summarize(std::vector<qint64> nanoseconds)
 void print(const char* what, const std::vector<qint64>& samples)
 {
     const Summary summary = summarize(samples);
-    std::printf("%-46s median %6.2f ms   p90 %6.2f ms   (%zu presses)\n", what, summary.median, summary.p90,
-                samples.size());
+    std::printf("%-46s median %6.2f ms   p90 %6.2f ms   (%zu presses)\n", what, summary.median,
+                summary.p90, samples.size());
 }
 
 // Starts Xvfb on a free display and points DISPLAY at it.
@@ -105,12 +106,12 @@ public:
         if (!X11HotKeys::install())
             return false;
         HotKeyManager::installEventHandler();
-        return HotKeyManager::registerHotKey(
-            QStringLiteral("bench"), QStringLiteral("k"), ModifierFlag::control | ModifierFlag::option,
-            [this](const QString&, HotKeyManager::State state) {
-                if (state == HotKeyManager::State::down)
-                    pressed();
-            });
+        return HotKeyManager::registerHotKey(QStringLiteral("bench"), QStringLiteral("k"),
+                                             ModifierFlag::control | ModifierFlag::option,
+                                             [this](const QString&, HotKeyManager::State state) {
+                                                 if (state == HotKeyManager::State::down)
+                                                     pressed();
+                                             });
     }
 
     // One press of ctrl+alt+k; answers false on a timeout.
@@ -215,8 +216,8 @@ int main(int argc, char** argv)
             std::vector<qint64> handler;
             std::vector<qint64> childBinary;
             std::vector<qint64> childScript;
-            for (const auto& [child, samples] :
-                 {std::pair{bench.binary(), &childBinary}, std::pair{bench.script(), &childScript}}) {
+            for (const auto& [child, samples] : {std::pair{bench.binary(), &childBinary},
+                                                 std::pair{bench.script(), &childScript}}) {
                 for (int i = 0; i < warmUp + presses && status == 0; ++i) {
                     if (!bench.press(child)) {
                         std::printf("bench_hotkeys: press %d was not delivered\n", i);
