@@ -116,6 +116,8 @@ quint16 XcbHotKeyBackend::numLockMask() const
     std::set<quint8> numLockKeys;
     const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(keyboard.get());
     const int perKey = keyboard->keysyms_per_keycode;
+    if (perKey == 0)
+        return 0;
     const int total = xcb_get_keyboard_mapping_keysyms_length(keyboard.get());
     for (int i = 0; i < total; ++i) {
         if (keysyms[i] == numLockKeysym)
