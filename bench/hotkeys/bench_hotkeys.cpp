@@ -2,6 +2,7 @@
 // Latency of a global hot key: from an XTest key press to the press handler, and to a child
 // process started from the handler (a binary, and a /bin/sh script that starts the binary).
 // Runs on its own Xvfb; with BRAMBLEWORTH_BENCH_USE_DISPLAY set, on $DISPLAY (xvfb-run).
+#include "BenchUtils.h"
 #include "HotKeys/HotKeyManager.h"
 #include "HotKeys/KeyboardLayout.h"
 #include "platform/x11/X11HotKeys.h"
@@ -45,28 +46,14 @@ qint64 now()
     return qint64(time.tv_sec) * 1000000000 + time.tv_nsec;
 }
 
-struct Summary
+void print(const char* what, const std::vector<qint64>& nanoseconds)
 {
-    double median;
-    double p90;
-};
-
-Summary summarize(std::vector<qint64> nanoseconds)
-{
-    std::sort(nanoseconds.begin(), nanoseconds.end());
-    const auto at = [&](double fraction) {
-        const size_t index = std::min(nanoseconds.size() - 1,
-                                      size_t(fraction * double(nanoseconds.size() - 1) + 0.5));
-        return double(nanoseconds[index]) / 1e6;
-    };
-    return {at(0.5), at(0.9)};
-}
-
-void print(const char* what, const std::vector<qint64>& samples)
-{
-    const Summary summary = summarize(samples);
-    std::printf("%-46s median %6.2f ms   p90 %6.2f ms   (%zu presses)\n", what, summary.median,
-                summary.p90, samples.size());
+    QList<double> milliseconds;
+    for (const qint64 sample : nanoseconds)
+        milliseconds.append(double(sample) / 1e6);
+    const BenchFigures figures = benchFigures(milliseconds);
+    std::printf("%-46s median %6.2f ms   p90 %6.2f ms   (%zu presses)\n", what, figures.median, figures.p90,
+                nanoseconds.size());
 }
 
 // Starts Xvfb on a free display and points DISPLAY at it.

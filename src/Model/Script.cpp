@@ -4,14 +4,11 @@
 #include "Model/AppConfig.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/FileUtils.h"
+#include "QuillonCommons/JsonReader.h"
 #include "QuillonCommons/JsonWriter.h"
 #include "QuillonCommons/Utf8.h"
 
 #include <QDir>
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QJsonParseError>
 #include <QMimeData>
 #include <QUrl>
 #include <QUuid>
@@ -20,6 +17,8 @@ Script::Script(const QString& name, const QString& content, bool builtIn)
     : m_id(QUuid::createUuid().toString(QUuid::WithoutBraces).toUpper()), m_builtIn(builtIn),
       m_name(name), m_internalContent(content), m_language(defaultLanguage())
 {}
+
+Script::Script(DecodingTag) : m_language(defaultLanguage()) {}
 
 ScriptPtr Script::create(const QString& name, const QString& content, bool builtIn)
 {
@@ -234,79 +233,108 @@ std::optional<QByteArray> Script::encodeLibrary(const ScriptList& scripts, QStri
 
 namespace {
 
-[[noreturn]] void corrupt(qsizetype index, const QString& reason)
+[[noreturn]] void corrupt(const QString& reason)
 {
     throw AppError(
         QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
-        QStringLiteral("Script %1: %2").arg(index).arg(reason));
-}
-
-QString requiredString(const QJsonObject& object, QLatin1StringView key, qsizetype index)
-{
-    const QJsonValue value = object.value(key);
-    if (value.isUndefined())
-        corrupt(index, QStringLiteral("no value for key \"%1\"").arg(key));
-    if (!value.isString())
-        corrupt(index, QStringLiteral("\"%1\" is not a string").arg(key));
-    return value.toString();
+        reason);
 }
 
 } // namespace
 
 ScriptList Script::decodeLibrary(const QByteArray& data)
 {
-    QJsonParseError parseError{};
-    const QJsonDocument document = QJsonDocument::fromJson(data, &parseError);
-    if (parseError.error != QJsonParseError::NoError)
-        throw AppError(
-            QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
-            QStringLiteral("%1 at offset %2").arg(parseError.errorString()).arg(parseError.offset));
-    if (!document.isArray())
-        throw AppError(
-            QStringLiteral("The data couldn’t be read because it isn’t in the correct format."),
-            QStringLiteral("Expected an array of scripts."));
-
-    const QJsonArray array = document.array();
+    JsonReader reader(data);
     ScriptList scripts;
-    scripts.reserve(array.size());
-    for (qsizetype i = 0; i < array.size(); ++i) {
-        const QJsonValue element = array.at(i);
-        if (!element.isObject())
-            corrupt(i, QStringLiteral("not an object"));
-        const QJsonObject object = element.toObject();
-        auto script = create(requiredString(object, QLatin1StringView("name"), i),
-                             requiredString(object, QLatin1StringView("content"), i), false);
-        script->m_id = requiredString(object, QLatin1StringView("id"), i);
+    if (reader.peek() != JsonReader::Type::Array)
+        corrupt(reader.ok() ? QStringLiteral("Expected an array of scripts.")
+                            : reader.errorString());
+    reader.beginArray();
+    QByteArray key;
+    while (reader.nextElement()) {
+        const qsizetype index = scripts.size();
+        if (reader.peek() != JsonReader::Type::Object)
+            corrupt(QStringLiteral("Script %1 is not an object.").arg(index));
+        ScriptPtr script(new Script(DecodingTag{}));
+        bool hasId = false;
+        bool hasName = false;
+        bool hasContent = false;
+        auto typeError = [index](const char* field, const char* type) {
+            corrupt(QStringLiteral("Script %1: \"%2\" is not %3.")
+                        .arg(index)
+                        .arg(QLatin1String(field), QLatin1String(type)));
+        };
+        // Optional keys read null as absent.
+        auto optionalString = [&](QString& target, const char* field) {
+            const JsonReader::Type type = reader.peek();
+            if (type == JsonReader::Type::Null)
+                return reader.readNull();
+            if (type != JsonReader::Type::String)
+                typeError(field, "a string");
+            return reader.readString(target);
+        };
+        auto requiredString = [&](QString& target, const char* field) {
+            if (reader.peek() != JsonReader::Type::String)
+                typeError(field, "a string");
+            return reader.readString(target);
+        };
 
-        const QJsonValue keepLog = object.value(QLatin1StringView("keepLog"));
-        if (!keepLog.isUndefined() && !keepLog.isNull()) {
-            if (!keepLog.isBool())
-                corrupt(i, QStringLiteral("\"keepLog\" is not a boolean"));
-            script->m_keepLog = keepLog.toBool();
+        reader.beginObject();
+        while (reader.nextKey(key)) {
+            bool read = true;
+            if (key == "id") {
+                read = requiredString(script->m_id, "id");
+                hasId = true;
+            } else if (key == "name") {
+                read = requiredString(script->m_name, "name");
+                hasName = true;
+            } else if (key == "content") {
+                read = requiredString(script->m_internalContent, "content");
+                hasContent = true;
+            } else if (key == "keepLog") {
+                const JsonReader::Type type = reader.peek();
+                if (type == JsonReader::Type::Null)
+                    read = reader.readNull();
+                else if (type == JsonReader::Type::Boolean)
+                    read = reader.readBoolean(script->m_keepLog);
+                else
+                    typeError("keepLog", "a boolean");
+            } else if (key == "language") {
+                QString language;
+                read = optionalString(language, "language");
+                if (!language.isNull())
+                    script->m_language = language;
+            } else if (key == "category") {
+                read = optionalString(script->m_category, "category");
+            } else if (key == "bookmark") {
+                QString encoded;
+                read = optionalString(encoded, "bookmark");
+                if (read && !encoded.isNull()) {
+                    const auto decoded = QByteArray::fromBase64Encoding(
+                        encoded.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
+                    if (!decoded)
+                        typeError("bookmark", "Base64 data");
+                    script->m_bookmark = *decoded;
+                }
+            } else {
+                read = reader.skipValue();
+            }
+            if (!read)
+                break;
         }
-        const QJsonValue language = object.value(QLatin1StringView("language"));
-        if (!language.isUndefined() && !language.isNull()) {
-            if (!language.isString())
-                corrupt(i, QStringLiteral("\"language\" is not a string"));
-            script->m_language = language.toString();
-        }
-        const QJsonValue bookmark = object.value(QLatin1StringView("bookmark"));
-        if (!bookmark.isUndefined() && !bookmark.isNull()) {
-            if (!bookmark.isString())
-                corrupt(i, QStringLiteral("\"bookmark\" is not a string"));
-            const auto decoded = QByteArray::fromBase64Encoding(
-                bookmark.toString().toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-            if (!decoded)
-                corrupt(i, QStringLiteral("\"bookmark\" is not Base64"));
-            script->m_bookmark = *decoded;
-        }
-        const QJsonValue category = object.value(QLatin1StringView("category"));
-        if (!category.isUndefined() && !category.isNull()) {
-            if (!category.isString())
-                corrupt(i, QStringLiteral("\"category\" is not a string"));
-            script->m_category = category.toString();
-        }
+        if (!reader.ok())
+            corrupt(reader.errorString());
+        if (!hasId || !hasName || !hasContent)
+            corrupt(QStringLiteral("Script %1: no value for key \"%2\".")
+                        .arg(index)
+                        .arg(QLatin1String(!hasId     ? "id"
+                                           : !hasName ? "name"
+                                                      : "content")));
         scripts.append(std::move(script));
     }
+    if (!reader.ok())
+        corrupt(reader.errorString());
+    if (!reader.atEnd())
+        corrupt(QStringLiteral("Unexpected data after the array."));
     return scripts;
 }

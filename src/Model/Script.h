@@ -101,6 +101,11 @@ signals:
     void bookmarkChanged();
 
 private:
+    // Decoded scripts take their id from the file: no fresh UUID to throw away.
+    struct DecodingTag
+    {};
+    explicit Script(DecodingTag);
+
     QString m_id;
     bool m_builtIn = false;
     QString m_name;

@@ -100,78 +100,122 @@ void JsonWriter::number(double value)
     m_data.append(QString::number(value, 'g', QLocale::FloatingPointShortest).toLatin1());
 }
 
+namespace {
+
+// Bytes that one UTF-16 unit becomes, escaped; 0 marks a lone surrogate.
+inline int escapedLength(const char16_t* p, qsizetype i, qsizetype n)
+{
+    const char16_t c = p[i];
+    if (c < 0x80) {
+        if (c >= 0x20 && c != '"' && c != '\\')
+            return 1;
+        switch (c) {
+        case '"':
+        case '\\':
+        case '\n':
+        case '\r':
+        case '\t':
+        case '\b':
+        case '\f':
+            return 2;
+        default:
+            return 6;
+        }
+    }
+    if (c < 0x800)
+        return 2;
+    if (c < 0xD800 || c > 0xDFFF)
+        return 3;
+    if (c <= 0xDBFF && i + 1 < n && p[i + 1] >= 0xDC00 && p[i + 1] <= 0xDFFF)
+        return 4; // the pair: four bytes for two units
+    return 0;
+}
+
+} // namespace
+
 bool JsonWriter::appendEscaped(QByteArray& out, QStringView text)
 {
     static const char hex[] = "0123456789abcdef";
-    out.reserve(out.size() + text.size() + 2);
-    out.append('"');
     const char16_t* p = text.utf16();
     const qsizetype n = text.size();
+
+    // Measure first, then fill a buffer of exactly that size: no per-byte appends.
+    qsizetype length = 2;
     bool ok = true;
+    for (qsizetype i = 0; i < n; ++i) {
+        const int bytes = escapedLength(p, i, n);
+        if (bytes == 0) {
+            ok = false;
+            continue;
+        }
+        length += bytes;
+        if (bytes == 4)
+            ++i;
+    }
+
+    const qsizetype start = out.size();
+    out.resize(start + length);
+    char* o = out.data() + start;
+    *o++ = '"';
     for (qsizetype i = 0; i < n; ++i) {
         char32_t c = p[i];
         if (c < 0x80) {
+            if (c >= 0x20 && c != '"' && c != '\\') {
+                *o++ = char(c);
+                continue;
+            }
+            *o++ = '\\';
             switch (c) {
             case '"':
-                out.append("\\\"", 2);
+                *o++ = '"';
                 break;
             case '\\':
-                out.append("\\\\", 2);
+                *o++ = '\\';
                 break;
             case '\n':
-                out.append("\\n", 2);
+                *o++ = 'n';
                 break;
             case '\r':
-                out.append("\\r", 2);
+                *o++ = 'r';
                 break;
             case '\t':
-                out.append("\\t", 2);
+                *o++ = 't';
                 break;
             case '\b':
-                out.append("\\b", 2);
+                *o++ = 'b';
                 break;
             case '\f':
-                out.append("\\f", 2);
+                *o++ = 'f';
                 break;
             default:
-                if (c < 0x20) {
-                    const char escape[6] = {'\\', 'u', '0', '0', hex[c >> 4], hex[c & 0xF]};
-                    out.append(escape, 6);
-                } else {
-                    out.append(char(c));
-                }
+                *o++ = 'u';
+                *o++ = '0';
+                *o++ = '0';
+                *o++ = hex[c >> 4];
+                *o++ = hex[c & 0xF];
             }
             continue;
         }
-        if (c >= 0xD800 && c <= 0xDFFF) {
-            if (c <= 0xDBFF && i + 1 < n && p[i + 1] >= 0xDC00 && p[i + 1] <= 0xDFFF) {
-                c = 0x10000 + ((c - 0xD800) << 10) + (char32_t(p[i + 1]) - 0xDC00);
-                ++i;
-            } else {
-                ok = false;
-                continue;
-            }
-        }
-        char bytes[4];
-        int len;
         if (c < 0x800) {
-            bytes[0] = char(0xC0 | (c >> 6));
-            bytes[1] = char(0x80 | (c & 0x3F));
-            len = 2;
-        } else if (c < 0x10000) {
-            bytes[0] = char(0xE0 | (c >> 12));
-            bytes[1] = char(0x80 | ((c >> 6) & 0x3F));
-            bytes[2] = char(0x80 | (c & 0x3F));
-            len = 3;
-        } else {
-            bytes[0] = char(0xF0 | (c >> 18));
-            bytes[1] = char(0x80 | ((c >> 12) & 0x3F));
-            bytes[2] = char(0x80 | ((c >> 6) & 0x3F));
-            bytes[3] = char(0x80 | (c & 0x3F));
-            len = 4;
+            *o++ = char(0xC0 | (c >> 6));
+            *o++ = char(0x80 | (c & 0x3F));
+            continue;
         }
-        out.append(bytes, len);
+        if (c >= 0xD800 && c <= 0xDFFF) {
+            if (escapedLength(p, i, n) == 0)
+                continue;
+            c = 0x10000 + ((c - 0xD800) << 10) + (char32_t(p[i + 1]) - 0xDC00);
+            ++i;
+            *o++ = char(0xF0 | (c >> 18));
+            *o++ = char(0x80 | ((c >> 12) & 0x3F));
+            *o++ = char(0x80 | ((c >> 6) & 0x3F));
+            *o++ = char(0x80 | (c & 0x3F));
+            continue;
+        }
+        *o++ = char(0xE0 | (c >> 12));
+        *o++ = char(0x80 | ((c >> 6) & 0x3F));
+        *o++ = char(0x80 | (c & 0x3F));
     }
-    out.append('"');
+    *o++ = '"';
     return ok;
 }

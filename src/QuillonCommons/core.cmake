@@ -12,6 +12,8 @@ target_sources(brambleworth_core PRIVATE
     QuillonCommons/DistributedNotificationsObserver.h
     QuillonCommons/FileUtils.cpp
     QuillonCommons/FileUtils.h
+    QuillonCommons/JsonReader.cpp
+    QuillonCommons/JsonReader.h
     QuillonCommons/JsonWriter.cpp
     QuillonCommons/JsonWriter.h
     QuillonCommons/LogCapture.cpp

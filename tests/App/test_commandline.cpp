@@ -21,7 +21,8 @@ Result runBrambleworth(const QStringList& arguments)
     if (!process.waitForFinished(30000))
         qFatal("brambleworth did not finish");
     return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()), QString::fromUtf8(process.readAllStandardError())};
+            QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
 }
 
 } // namespace
@@ -35,7 +36,9 @@ class TestCommandLine : public QObject
 private slots:
     void init()
     {
-        m_dataFolder = QDir::tempPath() + QStringLiteral("/brambleworth-cli-%1").arg(QCoreApplication::applicationPid());
+        m_dataFolder =
+            QDir::tempPath() +
+            QStringLiteral("/brambleworth-cli-%1").arg(QCoreApplication::applicationPid());
         QDir(m_dataFolder).removeRecursively();
     }
     void cleanup() { QDir(m_dataFolder).removeRecursively(); }
@@ -53,25 +56,28 @@ private slots:
     {
         QFETCH(QString, includeBuiltIns);
         QFETCH(int, builtInLines);
-        TestEnvironment::writeFile(m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json"),
-                                   "[{\"id\":\"U-1\",\"name\":\"Deploy\",\"content\":\"x\",\"category\":\"Work\"},"
-                                   "{\"id\":\"U-2\",\"name\":\"Notes\",\"content\":\"y\"}]");
-        const Result result = runBrambleworth({QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_dataFolder,
-                                               QStringLiteral("-IncludeBuiltInScripts"), includeBuiltIns,
-                                               QStringLiteral("--list")});
+        TestEnvironment::writeFile(
+            m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json"),
+            "[{\"id\":\"U-1\",\"name\":\"Deploy\",\"content\":\"x\",\"category\":\"Work\"},"
+            "{\"id\":\"U-2\",\"name\":\"Notes\",\"content\":\"y\"}]");
+        const Result result = runBrambleworth(
+            {QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_dataFolder,
+             QStringLiteral("-IncludeBuiltInScripts"), includeBuiltIns, QStringLiteral("--list")});
         QCOMPARE(result.status, 0);
         const QStringList lines = result.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
         QCOMPARE(lines.size(), builtInLines + 2);
         for (int i = 0; i < builtInLines; ++i)
-            QVERIFY2(lines.at(i).startsWith(QStringLiteral("org.brambleworth.builtin.")), qPrintable(lines.at(i)));
+            QVERIFY2(lines.at(i).startsWith(QStringLiteral("org.brambleworth.builtin.")),
+                     qPrintable(lines.at(i)));
         QCOMPARE(lines.at(builtInLines), QStringLiteral("U-1\tDeploy\tWork"));
         QCOMPARE(lines.at(builtInLines + 1), QStringLiteral("U-2\tNotes\t"));
     }
 
     void listOfAFirstStartIsEmpty()
     {
-        const Result result = runBrambleworth({QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_dataFolder,
-                                               QStringLiteral("--list")});
+        const Result result =
+            runBrambleworth({QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_dataFolder,
+                             QStringLiteral("--list")});
         QCOMPARE(result.status, 0);
         QCOMPARE(result.out, QString());
         QVERIFY(QFileInfo(m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth")).isDir());

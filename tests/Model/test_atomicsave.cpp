@@ -11,17 +11,21 @@
 #include <QProcess>
 #include <QRandomGenerator>
 
+#include <cstdio>
+
 namespace {
 
 constexpr int scriptCount = 500;
 
 int saveForever(const QString& dataFolder)
 {
-    Preferences::shared().setArguments(
-        {QStringLiteral("child"), QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), dataFolder});
+    Preferences::shared().setArguments({QStringLiteral("child"),
+                                        QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
+                                        dataFolder});
     ScriptList scripts;
     for (int i = 0; i < scriptCount; ++i)
-        scripts << Script::create(QStringLiteral("script %1").arg(i), QString(1024, QLatin1Char('a')), false);
+        scripts << Script::create(QStringLiteral("script %1").arg(i),
+                                  QString(1024, QLatin1Char('a')), false);
     ScriptsManager manager;
     manager.setScripts(scripts);
     for (int round = 0;; ++round) {
@@ -30,6 +34,10 @@ int saveForever(const QString& dataFolder)
         for (const ScriptPtr& s : scripts)
             s->setInternalContent(text);
         manager.saveScripts();
+        if (round == 0) {
+            std::fputs("saved\n", stdout);
+            std::fflush(stdout);
+        }
     }
 }
 
@@ -41,23 +49,27 @@ class TestAtomicSave : public QObject
 private slots:
     void killedSavesNeverLeaveAPartialLibrary()
     {
-        const QString dataFolder = QDir::tempPath() + QStringLiteral("/brambleworth-kill-%1").arg(QCoreApplication::applicationPid());
+        const QString dataFolder =
+            QDir::tempPath() +
+            QStringLiteral("/brambleworth-kill-%1").arg(QCoreApplication::applicationPid());
         QDir(dataFolder).removeRecursively();
-        const QString library = dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
+        const QString library =
+            dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
 
         int checked = 0;
         for (int attempt = 0; attempt < 40; ++attempt) {
             QProcess child;
-            child.start(QCoreApplication::applicationFilePath(), {QStringLiteral("--save-forever"), dataFolder});
+            child.start(QCoreApplication::applicationFilePath(),
+                        {QStringLiteral("--save-forever"), dataFolder});
             QVERIFY(child.waitForStarted());
-            QTest::qSleep(5 + int(QRandomGenerator::global()->bounded(60)));
+            // Kill at a random moment after the first save, however fast this machine is.
+            QVERIFY(child.waitForReadyRead(30000));
+            QTest::qSleep(int(QRandomGenerator::global()->bounded(40)));
             child.kill();
             QVERIFY(child.waitForFinished());
             QCOMPARE(child.exitStatus(), QProcess::CrashExit);
 
             const QByteArray data = TestEnvironment::readFile(library);
-            if (data.isEmpty() && !QFileInfo::exists(library))
-                continue; // killed before its first save finished: the library was never created
             const ScriptList scripts = Script::decodeLibrary(data);
             QCOMPARE(scripts.size(), scriptCount);
             const QString first = scripts.first()->internalContent();
@@ -66,7 +78,7 @@ private slots:
                 QCOMPARE(s->internalContent(), first);
             ++checked;
         }
-        QVERIFY2(checked >= 20, "too few kills landed after a completed save");
+        QCOMPARE(checked, 40);
         QDir(dataFolder).removeRecursively();
     }
 };

@@ -74,6 +74,23 @@ private slots:
         QCOMPARE(scripts.at(1)->internalContent(), QStringLiteral("d"));
     }
 
+    void decodingReadsEscapesAndSkipsUnknownKeys()
+    {
+        const QByteArray json =
+            " [ {\"extra\":{\"deep\":[1,-2.5e3,true,null,\"s\"]},\"content\":\"tab\\there \\u00e9 "
+            "\\ud83d\\ude00 \\/\","
+            "\"name\" : \"caf\xC3\xA9\", \"id\":\"\\u0041\", \"category\":null, \"language\":null} "
+            "] \n";
+        const ScriptList scripts = Script::decodeLibrary(json);
+        QCOMPARE(scripts.size(), 1);
+        QCOMPARE(scripts.first()->id(), QStringLiteral("A"));
+        QCOMPARE(scripts.first()->name(), QStringLiteral("café"));
+        QCOMPARE(scripts.first()->internalContent(), QStringLiteral("tab\there é 😀 /"));
+        QCOMPARE(scripts.first()->language(), QStringLiteral("bash"));
+        QVERIFY(scripts.first()->category().isEmpty());
+        QVERIFY(Script::decodeLibrary("[]").isEmpty());
+    }
+
     void roundTripKeepsEverything()
     {
         auto script =
@@ -116,6 +133,21 @@ private slots:
             << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"category\":[]}]");
         QTest::newRow("element not an object") << QByteArray("[1]");
         QTest::newRow("empty file") << QByteArray();
+        QTest::newRow("id null") << QByteArray("[{\"id\":null,\"name\":\"n\",\"content\":\"c\"}]");
+        QTest::newRow("trailing comma")
+            << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\"},]");
+        QTest::newRow("data after the array") << QByteArray("[] []");
+        QTest::newRow("unterminated string") << QByteArray("[{\"id\":\"a");
+        QTest::newRow("bad escape")
+            << QByteArray("[{\"id\":\"\\q\",\"name\":\"n\",\"content\":\"c\"}]");
+        QTest::newRow("lone surrogate escape")
+            << QByteArray("[{\"id\":\"\\ud800\",\"name\":\"n\",\"content\":\"c\"}]");
+        QTest::newRow("raw line break in a string")
+            << QByteArray("[{\"id\":\"a\nb\",\"name\":\"n\",\"content\":\"c\"}]");
+        QTest::newRow("invalid UTF-8")
+            << QByteArray("[{\"id\":\"\xC3\",\"name\":\"n\",\"content\":\"c\"}]");
+        QTest::newRow("unknown key with a broken value")
+            << QByteArray("[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"x\":[1,}]");
     }
     void decodingFailsForTheWholeFile()
     {

@@ -4,3 +4,8 @@ target_sources(brambleworth_platform PRIVATE
     platform/linux/OSLogger.h
 )
 target_link_libraries(brambleworth_platform PRIVATE PkgConfig::SYSTEMD)
+target_sources(brambleworth_platform PRIVATE
+    platform/linux/DBusNotificationCenter.cpp
+    platform/linux/DBusNotificationCenter.h
+)
+target_link_libraries(brambleworth_platform PUBLIC Qt6::DBus)

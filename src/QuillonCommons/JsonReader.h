@@ -1,0 +1,69 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+#pragma once
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QString>
+
+// A pull parser over UTF-8 JSON text, for files read on every start (the library can hold
+// thousands of scripts): strings decode straight into QString, nothing else is built.
+// Every read answers false on malformed input; errorString() then says what and where.
+class JsonReader
+{
+public:
+    enum class Type
+    {
+        Object,
+        Array,
+        String,
+        Number,
+        Boolean,
+        Null,
+        Invalid
+    };
+
+    explicit JsonReader(QByteArrayView data);
+
+    Type peek();
+
+    bool beginArray();
+    // Before each element, and once more at the closing bracket: answers whether an element
+    // follows. Check ok() after it answers false.
+    bool nextElement();
+    bool beginObject();
+    // Reads the next key of the current object into `key` (UTF-8, unescaped); false at the end.
+    bool nextKey(QByteArray& key);
+
+    bool readString(QString& value);
+    bool readBoolean(bool& value);
+    bool readNull();
+    bool skipValue();
+    // True when only white space is left.
+    bool atEnd();
+
+    bool ok() const { return m_error.isEmpty(); }
+    QString errorString() const { return m_error; }
+    bool fail(const QString& message);
+
+private:
+    enum class Container
+    {
+        Array,
+        Object
+    };
+
+    void skipWhitespace();
+    bool expect(char c);
+    bool scanString(QByteArray* raw, QString* text);
+    bool skipNumber();
+    bool skipLiteral(QByteArrayView literal);
+    bool continueContainer(Container kind, char close);
+
+    const char* m_begin;
+    const char* m_p;
+    const char* m_end;
+    QString m_error;
+    // Per nesting level: whether the next element is the first one.
+    QByteArray m_firstStack;
+    int m_depth = 0;
+};
