@@ -52,8 +52,8 @@ void print(const char* what, const std::vector<qint64>& nanoseconds)
     for (const qint64 sample : nanoseconds)
         milliseconds.append(double(sample) / 1e6);
     const BenchFigures figures = benchFigures(milliseconds);
-    std::printf("%-46s median %6.2f ms   p90 %6.2f ms   (%zu presses)\n", what, figures.median, figures.p90,
-                nanoseconds.size());
+    std::printf("%-46s median %6.2f ms   p90 %6.2f ms   (%zu presses)\n", what, figures.median,
+                figures.p90, nanoseconds.size());
 }
 
 // Starts Xvfb on a free display and points DISPLAY at it.
