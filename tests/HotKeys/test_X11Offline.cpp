@@ -95,7 +95,9 @@ private slots:
 int main(int argc, char** argv)
 {
     TestEnvironment environment;
-    QGuiApplication app(argc, argv); // the offscreen platform: no X connection
+    // A platform without any X connection, whatever the session around the test has.
+    qputenv("QT_QPA_PLATFORM", "offscreen");
+    QGuiApplication app(argc, argv);
     TestX11Offline tc;
     QTEST_SET_MAIN_SOURCE_PATH
     return QTest::qExec(&tc, argc, argv);
