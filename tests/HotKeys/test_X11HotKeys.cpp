@@ -1,0 +1,294 @@
+// SPDX-License-Identifier: GPL-3.0-or-later
+// Hot keys against a real X server (Xvfb), driven by xdotool and setxkbmap.
+#include "App/Preferences.h"
+#include "HotKeys/AppHotKeyManager.h"
+#include "HotKeys/HotKeyManager.h"
+#include "HotKeys/KeyboardLayout.h"
+#include "Model/AppConfig.h"
+#include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/LogCapture.h"
+#include "common/TestEnvironment.h"
+#include "platform/x11/X11HotKeys.h"
+#include "platform/x11/XcbHotKeyBackend.h"
+
+#include <QGuiApplication>
+#include <QProcess>
+#include <QSet>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
+#include <memory>
+
+namespace {
+
+bool g_haveDisplay = false;
+
+using State = HotKeyManager::State;
+constexpr ModifierFlags commandShift = ModifierFlag::command | ModifierFlag::shift;
+constexpr ModifierFlags controlOption = ModifierFlag::control | ModifierFlag::option;
+
+int run(const QString& program, const QStringList& arguments)
+{
+    return QProcess::execute(program, arguments);
+}
+
+// Another X client, for combinations held outside this process.
+class OtherClient
+{
+public:
+    OtherClient() : m_connection(xcb_connect(nullptr, nullptr))
+    {
+        m_root = xcb_setup_roots_iterator(xcb_get_setup(m_connection)).data->root;
+    }
+    ~OtherClient() { xcb_disconnect(m_connection); }
+
+    bool grab(quint8 keyCode, quint16 modifiers)
+    {
+        const auto cookie = xcb_grab_key_checked(m_connection, 0, m_root, modifiers, keyCode,
+                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+        xcb_generic_error_t* error = xcb_request_check(m_connection, cookie);
+        std::free(error);
+        return error == nullptr;
+    }
+
+    // Whether a press of this key has reached this client.
+    bool receivedPress(quint8 keyCode)
+    {
+        while (xcb_generic_event_t* event = xcb_poll_for_event(m_connection)) {
+            if ((event->response_type & 0x7f) == XCB_KEY_PRESS)
+                m_pressed.insert(reinterpret_cast<xcb_key_press_event_t*>(event)->detail);
+            std::free(event);
+        }
+        return m_pressed.contains(keyCode);
+    }
+
+private:
+    xcb_connection_t* m_connection;
+    xcb_window_t m_root;
+    QSet<quint8> m_pressed;
+};
+
+} // namespace
+
+class TestX11HotKeys : public QObject
+{
+    Q_OBJECT
+
+    QList<QPair<QString, State>> m_calls;
+
+    HotKeyManager::Handler recorder()
+    {
+        return [this](const QString& identifier, State state) {
+            m_calls.append({identifier, state});
+        };
+    }
+
+    static const QHash<QString, quint16>& mapping()
+    {
+        return KeyboardLayout::shared().keyCodesMapping();
+    }
+
+    static void useLayout(const QString& layout, const QString& key, quint16 expectedCode)
+    {
+        QCOMPARE(run("setxkbmap", {layout}), 0);
+        QTRY_COMPARE(mapping().value(key, 0xffff), expectedCode);
+    }
+
+private slots:
+    void initTestCase()
+    {
+        if (!g_haveDisplay)
+            QSKIP("no X display can be opened");
+        QVERIFY(X11HotKeys::install());
+        // Xvfb's default layout depends on the machine.
+        useLayout("us", "z", 6);
+    }
+
+    void cleanupTestCase()
+    {
+        if (!g_haveDisplay)
+            return;
+        HotKeyManager::unregisterAll();
+        run("setxkbmap", {"us"});
+    }
+
+    void init()
+    {
+        HotKeyManager::unregisterAll();
+        HotKeyManager::installEventHandler();
+        QVERIFY(HotKeyManager::isEventHandlerInstalled());
+        m_calls.clear();
+    }
+
+    void usLayoutMapping_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<int>("keyCode");
+        QTest::newRow("a") << "a" << 0;
+        QTest::newRow("s") << "s" << 1;
+        QTest::newRow("1: main row beats keypad") << "1" << 18;
+        QTest::newRow("0") << "0" << 29;
+        QTest::newRow("return") << "↩" << 36;
+        QTest::newRow("F1") << "F1" << 122;
+        QTest::newRow("F5") << "F5" << 96;
+        QTest::newRow("z") << "z" << 6;
+        QTest::newRow("slash") << "/" << 44;
+        QTest::newRow("keypad plus") << "+" << 69;
+        QTest::newRow("empty string: volume up") << "" << 72;
+    }
+
+    void usLayoutMapping()
+    {
+        QFETCH(QString, key);
+        QFETCH(int, keyCode);
+        QVERIFY2(mapping().contains(key), qPrintable(key));
+        QCOMPARE(mapping().value(key), quint16(keyCode));
+    }
+
+    void keyStringsWithModifiers()
+    {
+        const KeyboardLayout& layout = KeyboardLayout::shared();
+        QCOMPARE(layout.string(18, ModifierFlag::shift), QStringLiteral("!"));
+        QCOMPARE(layout.string(0, ModifierFlag::shift), QStringLiteral("A"));
+        QCOMPARE(layout.string(83, 0), QStringLiteral("1")); // keypad, as on a Mac keypad
+        QVERIFY(!layout.string(57, 0));
+        QVERIFY(!mapping().contains("!"));
+    }
+
+    void pressAndReleaseReachTheHandler()
+    {
+        QVERIFY(HotKeyManager::registerHotKey("script", "k", commandShift, recorder()));
+        QCOMPARE(run("xdotool", {"key", "super+shift+k"}), 0);
+        const QList<QPair<QString, State>> expected{{"script", State::down}, {"script", State::up}};
+        QTRY_COMPARE(m_calls, expected);
+    }
+
+    void releaseAfterTheModifiersStillReportsUp()
+    {
+        QVERIFY(HotKeyManager::registerHotKey("script", "k", controlOption, recorder()));
+        QCOMPARE(run("xdotool", {"keydown", "ctrl+alt+k"}), 0);
+        QTRY_COMPARE(m_calls.size(), 1);
+        QCOMPARE(m_calls.first(), qMakePair(QStringLiteral("script"), State::down));
+        // The modifiers go first, so the key's release comes with no modifier state.
+        QCOMPARE(run("xdotool", {"keyup", "ctrl+alt"}), 0);
+        QCOMPARE(run("xdotool", {"keyup", "k"}), 0);
+        QTRY_COMPARE(m_calls.size(), 2);
+        QCOMPARE(m_calls.last(), qMakePair(QStringLiteral("script"), State::up));
+    }
+
+    void locksDoNotDisableHotKeys_data()
+    {
+        QTest::addColumn<QString>("lock");
+        QTest::newRow("Num Lock") << "Num_Lock";
+        QTest::newRow("Caps Lock") << "Caps_Lock";
+    }
+
+    void locksDoNotDisableHotKeys()
+    {
+        QFETCH(QString, lock);
+        QVERIFY(HotKeyManager::registerHotKey("script", "F5", commandShift, recorder()));
+        QCOMPARE(run("xdotool", {"key", lock}), 0);
+        QCOMPARE(run("xdotool", {"key", "super+shift+F5"}), 0);
+        QTRY_COMPARE(m_calls.size(), 2);
+        QCOMPARE(m_calls.first(), qMakePair(QStringLiteral("script"), State::down));
+        QCOMPARE(run("xdotool", {"key", lock}), 0);
+    }
+
+    void unregisteredKeysNoLongerFire()
+    {
+        QVERIFY(HotKeyManager::registerHotKey("script", "s", commandShift, recorder()));
+        QVERIFY(HotKeyManager::registerHotKey("marker", "d", commandShift, recorder()));
+        HotKeyManager::unregister("script");
+        QCOMPARE(run("xdotool", {"key", "super+shift+s", "super+shift+d"}), 0);
+        // The marker's press arrives after the other one would have.
+        QTRY_COMPARE(m_calls.size(), 2);
+        QCOMPARE(m_calls.first().first, QStringLiteral("marker"));
+    }
+
+    void sameCombinationTwiceInThisProcess()
+    {
+        QVERIFY(HotKeyManager::registerHotKey("first", "a", controlOption, recorder()));
+        LogCapture capture;
+        QVERIFY(!HotKeyManager::registerHotKey("second", "a", controlOption, recorder()));
+        QVERIFY(capture.contains(LogLevel::error, "unable to register hot key"));
+        QCOMPARE(run("xdotool", {"key", "ctrl+alt+a"}), 0);
+        QTRY_COMPARE(m_calls.size(), 2);
+        QCOMPARE(m_calls.first().first, QStringLiteral("first"));
+    }
+
+    void combinationHeldByAnotherClientIsRefused()
+    {
+        constexpr quint8 j = 44;
+        const quint16 mask = XcbHotKeyBackend::xModifiers(0x1800);
+        OtherClient holder;
+        QVERIFY(holder.grab(j, mask));
+
+        LogCapture capture;
+        QVERIFY(!HotKeyManager::registerHotKey("script", "j", controlOption, recorder()));
+        QVERIFY(capture.contains(LogLevel::error, "unable to register hot key"));
+        QVERIFY(!HotKeyManager::hotKeyData("script"));
+
+        QCOMPARE(run("xdotool", {"key", "ctrl+alt+j"}), 0);
+        QTRY_VERIFY(holder.receivedPress(j));
+        QVERIFY(m_calls.isEmpty());
+
+        // The lock variants grabbed before the refusal were let go again.
+        OtherClient third;
+        QVERIFY(third.grab(j, mask | XCB_MOD_MASK_LOCK));
+    }
+
+    void layoutChangeRebuildsTheMapping()
+    {
+        AppLogger::setLevel(LogLevel::debug);
+        LogCapture capture;
+        useLayout("de", "y", 6);
+        QCOMPARE(mapping().value("z"), quint16(16));
+        QVERIFY(capture.contains(LogLevel::debug, "Keyboard layout changed"));
+        QVERIFY(mapping().contains("ü"));
+        QVERIFY(!mapping().contains("["));
+        useLayout("us", "z", 6);
+        QCOMPARE(mapping().value("y"), quint16(16));
+    }
+
+    void scriptAssignmentFiresThroughTheApplicationManager()
+    {
+        TestEnvironment environment;
+        Preferences::shared().setValue("CUSTOM_APPLICATION_SUPPORT_DIRECTORY",
+                                       environment.makeFolder("support"));
+        AppConfig::resetForTesting();
+        QStringList pressed;
+        {
+            AppHotKeyManager manager;
+            manager.onHotKeyPressed = [&](const QString& id) {
+                pressed.append(id);
+            };
+            manager.add("script-id", "↩", controlOption);
+            QCOMPARE(manager.registeredHotKeys().size(), 1);
+            QCOMPARE(run("xdotool", {"key", "ctrl+alt+Return"}), 0);
+            QTRY_COMPARE(pressed, QStringList{"script-id"});
+        }
+        // Gone with the manager: the key is free for another client.
+        OtherClient other;
+        QVERIFY(other.grab(36, XcbHotKeyBackend::xModifiers(0x1800)));
+    }
+};
+
+int main(int argc, char** argv)
+{
+    TestEnvironment environment;
+    // Qt aborts when its platform cannot open the display, so look first.
+    xcb_connection_t* probe = xcb_connect(nullptr, nullptr);
+    g_haveDisplay = !xcb_connection_has_error(probe);
+    xcb_disconnect(probe);
+    std::unique_ptr<QCoreApplication> app;
+    if (g_haveDisplay)
+        app = std::make_unique<QGuiApplication>(argc, argv);
+    else
+        app = std::make_unique<QCoreApplication>(argc, argv);
+    TestX11HotKeys tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "test_X11HotKeys.moc"
