@@ -1,14 +1,16 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "SyntaxHighlight/HTMLEntities.h"
 
+#include "SyntaxHighlight/CompiledPattern.h"
 #include "SyntaxHighlight/HighlightedHTMLParser.h"
 
-#include <QHash>
 #include <QList>
-#include <QRegularExpression>
 #include <QVarLengthArray>
 
 #include <algorithm>
+#include <optional>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -86,16 +88,30 @@ constexpr NamedEntity namedEntities[] = {
     {u"&diams;", 0x2666},
 };
 
-const QHash<QString, char32_t>& entityTable()
+// Sorted by name, so that a reference is looked up without building a string for it.
+const std::vector<std::pair<QStringView, char32_t>>& entityTable()
 {
-    static const QHash<QString, char32_t> table = [] {
-        QHash<QString, char32_t> entities;
+    static const std::vector<std::pair<QStringView, char32_t>> table = [] {
+        std::vector<std::pair<QStringView, char32_t>> entities;
         entities.reserve(std::size(namedEntities));
         for (const NamedEntity& entity : namedEntities)
-            entities.insert(QString::fromUtf16(entity.name), entity.codePoint);
+            entities.emplace_back(QStringView(entity.name), entity.codePoint);
+        std::sort(entities.begin(), entities.end());
+        entities.erase(std::unique(entities.begin(), entities.end()), entities.end());
         return entities;
     }();
     return table;
+}
+
+std::optional<char32_t> namedEntity(QStringView reference)
+{
+    const auto& table = entityTable();
+    const auto found = std::lower_bound(table.cbegin(), table.cend(), reference,
+                                        [](const std::pair<QStringView, char32_t>& entry,
+                                           QStringView name) { return entry.first < name; });
+    if (found == table.cend() || found->first != reference)
+        return std::nullopt;
+    return found->second;
 }
 
 QString scalarText(char32_t codePoint)
@@ -119,10 +135,11 @@ QString HTMLEntities::decode(QStringView text)
 
 void HTMLEntities::appendDecoded(QStringView text, QString& output)
 {
-    // \w and \d as Unicode classes, like the platform's other pattern engines read them.
-    static const QRegularExpression pattern(
-        QStringLiteral("(?<name>&\\w+;)|&#(?<dec>\\d+);|&#x(?<hexa>[[:xdigit:]]+);"),
-        QRegularExpression::UseUnicodePropertiesOption);
+    // \w and \d as Unicode classes, like the platform's other pattern engines read them. One
+    // pattern per thread: it holds the captures of its last search.
+    thread_local CompiledPattern pattern(
+        u"(?<name>&\\w+;)|&#(?<dec>\\d+);|&#x(?<hexa>[[:xdigit:]]+);",
+        CompiledPattern::Classes::unicode);
     constexpr int nameGroup = 1;
     constexpr int decimalGroup = 2;
     constexpr int hexadecimalGroup = 3;
@@ -131,13 +148,8 @@ void HTMLEntities::appendDecoded(QStringView text, QString& output)
         return;
     }
 
-    // Searched over the character count, like the HTML it came from (see HighlightedHTMLParser);
-    // a reference never ends in half a pair, so a cut pair at the end can be left out.
-    const QStringView searched = HighlightedHTMLParser::withoutCutPair(
-        text.first(HighlightedHTMLParser::characterCount(text)));
-    QRegularExpression::MatchOptions options = QRegularExpression::NoMatchOption;
-    if (searched.isValidUtf16())
-        options |= QRegularExpression::DontCheckSubjectStringMatchOption;
+    // Searched over the character count, like the HTML it came from (see HighlightedHTMLParser).
+    const QStringView searched = text.first(HighlightedHTMLParser::characterCount(text));
 
     // Each search goes on from where the previous match ended, as a scan for all matches does.
     struct Replacement
@@ -148,25 +160,22 @@ void HTMLEntities::appendDecoded(QStringView text, QString& output)
     };
     QVarLengthArray<Replacement, 16> replacements;
     for (qsizetype from = 0; from < searched.size();) {
-        const QRegularExpressionMatch match =
-            pattern.match(searched, from, QRegularExpression::NormalMatch, options);
-        if (!match.hasMatch())
+        if (!pattern.match(searched, from))
             break;
-        const qsizetype start = match.capturedStart();
-        const qsizetype length = match.capturedLength();
+        const qsizetype start = pattern.capturedStart();
+        const qsizetype length = pattern.capturedLength();
         from = start + std::max<qsizetype>(length, 1);
-        if (match.hasCaptured(nameGroup)) {
-            const auto found = entityTable().constFind(match.capturedView(nameGroup).toString());
-            if (found != entityTable().cend())
-                replacements.append({start, length, *found});
+        if (pattern.hasCaptured(nameGroup)) {
+            if (const std::optional<char32_t> scalar = namedEntity(pattern.capturedView(nameGroup)))
+                replacements.append({start, length, *scalar});
             continue;
         }
         bool ok = false;
         quint32 value = 0;
-        if (match.hasCaptured(decimalGroup))
-            value = match.capturedView(decimalGroup).toUInt(&ok, 10);
-        else if (match.hasCaptured(hexadecimalGroup))
-            value = match.capturedView(hexadecimalGroup).toUInt(&ok, 16);
+        if (pattern.hasCaptured(decimalGroup))
+            value = pattern.capturedView(decimalGroup).toUInt(&ok, 10);
+        else if (pattern.hasCaptured(hexadecimalGroup))
+            value = pattern.capturedView(hexadecimalGroup).toUInt(&ok, 16);
         if (ok && value < 0x110000 && !(value >= 0xD800 && value <= 0xDFFF))
             replacements.append({start, length, char32_t(value)});
     }

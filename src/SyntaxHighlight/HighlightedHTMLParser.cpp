@@ -2,9 +2,9 @@
 #include "SyntaxHighlight/HighlightedHTMLParser.h"
 
 #include "QuillonCommons/AppLogger.h"
+#include "SyntaxHighlight/CompiledPattern.h"
 #include "SyntaxHighlight/HTMLEntities.h"
 
-#include <QRegularExpression>
 #include <QTextBoundaryFinder>
 
 #include <vector>
@@ -13,15 +13,10 @@ namespace {
 
 struct Patterns
 {
-    QRegularExpression text{QStringLiteral("^(?<text>[^<]+)")};
-    QRegularExpression openingSpan{QStringLiteral("^<span class=\"(?<classes>[^\"]*)\">")};
-    QRegularExpression closingSpan{QStringLiteral("^</span>")};
+    CompiledPattern text{u"^(?<text>[^<]+)"};
+    CompiledPattern openingSpan{u"^<span class=\"(?<classes>[^\"]*)\">"};
+    CompiledPattern closingSpan{u"^</span>"};
 
-    Patterns()
-    {
-        for (QRegularExpression* pattern : {&text, &openingSpan, &closingSpan})
-            pattern->optimize();
-    }
     bool isValid() const
     {
         return text.isValid() && openingSpan.isValid() && closingSpan.isValid();
@@ -30,27 +25,11 @@ struct Patterns
 
 // The matches of an anchored pattern at the start of the searched stretch: none or one. The
 // count is kept so that a pattern that could match twice would be caught, not trusted.
-struct Search
+// Each pattern begins with '^' and the subject begins at the search position, so a search
+// is anchored there and never scans ahead: the parse stays linear.
+int search(CompiledPattern& pattern, QStringView searched)
 {
-    QRegularExpressionMatch match;
-    int count = 0;
-};
-
-Search search(const QRegularExpression& pattern, QStringView searched, bool checked)
-{
-    // The pattern engine validates the whole subject on every search unless told it is valid
-    // UTF-16, which would make the parse quadratic; the HTML is checked once instead.
-    // Each pattern begins with '^' and the subject begins at the search position, so a search
-    // is anchored there and never scans ahead. The pattern engine knows such patterns as anchored
-    // and runs them compiled; asking for anchoring at match time would make it interpret them.
-    QRegularExpression::MatchOptions options = QRegularExpression::NoMatchOption;
-    if (checked)
-        options |= QRegularExpression::DontCheckSubjectStringMatchOption;
-    Search result;
-    result.match = pattern.match(HighlightedHTMLParser::withoutCutPair(searched), 0,
-                                 QRegularExpression::NormalMatch, options);
-    result.count = result.match.hasMatch() ? 1 : 0;
-    return result;
+    return pattern.match(searched) ? 1 : 0;
 }
 
 // Group numbers of "text" and "classes", so that no search looks a name up.
@@ -63,13 +42,6 @@ bool startsWithClosingTag(QStringView searched)
 }
 
 } // namespace
-
-QStringView HighlightedHTMLParser::withoutCutPair(QStringView text)
-{
-    if (!text.isEmpty() && text.back().isHighSurrogate())
-        text.chop(1);
-    return text;
-}
 
 int HighlightedHTMLParser::characterCount(QStringView text)
 {
@@ -93,7 +65,8 @@ int HighlightedHTMLParser::characterCount(QStringView text)
 
 std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html, QString& text)
 {
-    static const Patterns patterns;
+    // One set per thread: a pattern holds the captures of its last search.
+    thread_local Patterns patterns;
     if (!patterns.isValid())
         return nullptr;
 
@@ -106,7 +79,6 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
     text.reserve(html.size());
     int textLength = 0;
     const int total = characterCount(html);
-    const bool valid = QStringView(html).isValidUtf16();
 
     for (;;) {
         const QStringView searched = QStringView(html).mid(position, total - position);
@@ -115,19 +87,12 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
         const bool atTag = !searched.isEmpty() && searched[0] == u'<';
 
         if (!atTag) {
-            const Search found = search(patterns.text, searched, valid);
-            if (found.count > 1) {
+            const int found = search(patterns.text, searched);
+            if (found > 1) {
                 AppLogger::error(QStringLiteral("more than one match"));
                 return nullptr;
             }
-            // A text run that reaches a pair cut by the end of the stretch takes its first
-            // half too: it is not '<'.
-            qsizetype end = found.count == 1 && found.match.capturedLength(textGroup) > 0
-                                ? found.match.capturedEnd(textGroup)
-                                : 0;
-            if (end == HighlightedHTMLParser::withoutCutPair(searched).size() &&
-                end < searched.size())
-                end = searched.size();
+            const qsizetype end = found == 1 ? patterns.text.capturedEnd(textGroup) : 0;
             if (end > 0) {
                 HTMLEntities::appendDecoded(searched.first(end), text);
                 textLength = int(text.size());
@@ -137,16 +102,16 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
         }
 
         if (atTag && !startsWithClosingTag(searched)) {
-            const Search found = search(patterns.openingSpan, searched, valid);
-            if (found.count > 1) {
+            const int found = search(patterns.openingSpan, searched);
+            if (found > 1) {
                 AppLogger::error(QStringLiteral("more than one match"));
                 return nullptr;
             }
             // An empty class attribute is not an opening span: it falls through to the
             // closing pattern and, failing that, ends the parse.
-            if (found.count == 1 && found.match.capturedLength(classesGroup) > 0) {
+            if (found == 1 && patterns.openingSpan.capturedLength(classesGroup) > 0) {
                 auto node = std::make_unique<ClassRangeNode>(
-                    found.match.capturedView(classesGroup).trimmed().toString(),
+                    patterns.openingSpan.capturedView(classesGroup).trimmed().toString(),
                     TextRange{textLength, 0}, current);
                 ClassRangeNode* created = node.get();
                 if (current)
@@ -154,15 +119,15 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
                 else
                     detached.push_back(std::move(node));
                 current = created;
-                position += int(found.match.capturedEnd(0));
+                position += int(patterns.openingSpan.capturedEnd());
                 continue;
             }
         }
 
-        const Search found = atTag ? search(patterns.closingSpan, searched, valid) : Search{};
-        if (found.count == 0)
+        const int found = atTag ? search(patterns.closingSpan, searched) : 0;
+        if (found == 0)
             break;
-        if (found.count > 1) {
+        if (found > 1) {
             AppLogger::error(QStringLiteral("more than one match"));
             return nullptr;
         }
@@ -172,7 +137,7 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
         }
         current->setLength(textLength - current->range().location);
         current = current->parent();
-        position += int(found.match.capturedEnd(0));
+        position += int(patterns.closingSpan.capturedEnd());
     }
 
     // Whatever the patterns left of the searched stretch goes in as written.

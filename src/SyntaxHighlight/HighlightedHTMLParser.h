@@ -27,8 +27,4 @@ public:
 
     // The length of a text in grapheme clusters.
     static int characterCount(QStringView text);
-    // A stretch cut at a character count may end in the first half of a surrogate pair, which
-    // the pattern engine refuses as invalid UTF-16. None of the patterns can take that half
-    // except a text run, so searches run without it and a text run reaching it is extended.
-    static QStringView withoutCutPair(QStringView text);
 };

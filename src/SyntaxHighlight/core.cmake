@@ -5,6 +5,8 @@ target_sources(brambleworth_core PRIVATE
     SyntaxHighlight/BuiltInThemesData.h
     SyntaxHighlight/ClassRangeNode.cpp
     SyntaxHighlight/ClassRangeNode.h
+    SyntaxHighlight/CompiledPattern.cpp
+    SyntaxHighlight/CompiledPattern.h
     SyntaxHighlight/Color.cpp
     SyntaxHighlight/Color.h
     SyntaxHighlight/CSSColors.cpp
@@ -58,6 +60,12 @@ if(NOT TARGET PkgConfig::JAVASCRIPTCORE)
     pkg_check_modules(JAVASCRIPTCORE REQUIRED IMPORTED_TARGET javascriptcoregtk-4.1)
 endif()
 target_link_libraries(brambleworth_core PRIVATE PkgConfig::JAVASCRIPTCORE)
+
+# PCRE2 directly, for the patterns run thousands of times per highlight (see CompiledPattern).
+if(NOT TARGET PkgConfig::PCRE2)
+    pkg_check_modules(PCRE2 REQUIRED IMPORTED_TARGET libpcre2-16)
+endif()
+target_link_libraries(brambleworth_core PRIVATE PkgConfig::PCRE2)
 
 # Highlight.js comes from npm, pinned by the lock file. The package files are copied into the
 # build tree and installed there, so the source tree stays clean and a fresh clone builds.
