@@ -5,6 +5,7 @@
 
 #include <JavaScriptCore/JavaScript.h>
 
+#include <utility>
 #include <vector>
 
 namespace {
@@ -121,6 +122,26 @@ struct JavaScriptValue::Handle
     Handle& operator=(const Handle&) = delete;
 
     JSContextRef context() const { return owner->context; }
+
+    // The value as an object and one of its properties, or nothing (an exception reported).
+    std::optional<std::pair<JSObjectRef, JSValueRef>> propertyOfObject(const QString& name) const
+    {
+        JSContextRef context = this->context();
+        JSValueRef exception = nullptr;
+        JSObjectRef object = JSValueToObject(context, value, &exception);
+        if (exception || !object) {
+            if (exception)
+                owner->report(exception);
+            return std::nullopt;
+        }
+        ScriptString propertyName{name};
+        JSValueRef result = JSObjectGetProperty(context, object, propertyName.get(), &exception);
+        if (exception) {
+            owner->report(exception);
+            return std::nullopt;
+        }
+        return std::pair{object, result};
+    }
 };
 
 JavaScriptContext::JavaScriptContext() : d(std::make_shared<Private>()) {}
@@ -228,46 +249,23 @@ std::optional<QStringList> JavaScriptValue::toStringList() const
 
 JavaScriptValue JavaScriptValue::property(const QString& name) const
 {
-    if (!h)
+    const auto found = h ? h->propertyOfObject(name) : std::nullopt;
+    if (!found)
         return {};
-    JSContextRef context = h->context();
-    JSValueRef exception = nullptr;
-    JSObjectRef object = JSValueToObject(context, h->value, &exception);
-    if (exception || !object) {
-        if (exception)
-            h->owner->report(exception);
-        return {};
-    }
-    ScriptString propertyName{name};
-    JSValueRef result = JSObjectGetProperty(context, object, propertyName.get(), &exception);
-    if (exception) {
-        h->owner->report(exception);
-        return {};
-    }
     JavaScriptValue value;
-    value.h = std::make_shared<Handle>(h->owner, result);
+    value.h = std::make_shared<Handle>(h->owner, found->second);
     return value;
 }
 
 JavaScriptValue JavaScriptValue::invokeMethod(const QString& name,
                                               const QList<Argument>& arguments) const
 {
-    if (!h)
+    const auto found = h ? h->propertyOfObject(name) : std::nullopt;
+    if (!found)
         return {};
+    const auto [object, method] = *found;
     JSContextRef context = h->context();
     JSValueRef exception = nullptr;
-    JSObjectRef object = JSValueToObject(context, h->value, &exception);
-    if (exception || !object) {
-        if (exception)
-            h->owner->report(exception);
-        return {};
-    }
-    ScriptString methodName{name};
-    JSValueRef method = JSObjectGetProperty(context, object, methodName.get(), &exception);
-    if (exception) {
-        h->owner->report(exception);
-        return {};
-    }
     JSObjectRef function =
         JSValueIsObject(context, method) ? JSValueToObject(context, method, nullptr) : nullptr;
     if (!function || !JSObjectIsFunction(context, function))
