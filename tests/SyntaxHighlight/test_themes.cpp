@@ -98,8 +98,7 @@ private slots:
     void eachClassSelectsItsOwnField_data();
     void eachClassSelectsItsOwnField();
 
-    void encodeWritesOnlyPresentFieldsInFieldOrder();
-    void decodeReadsEveryField();
+    void encodeAndDecode();
     void decodeFailures_data();
     void decodeFailures();
 
@@ -115,10 +114,9 @@ void TestThemes::colorFromString_data()
     QTest::addColumn<QString>("text");
     QTest::addColumn<QList<double>>("components");
 
-    QTest::newRow("hash lower") << "#f0f0f0" << rgb(240, 240, 240);
-    QTest::newRow("hash upper with blanks") << " #F0F0F0 " << rgb(240, 240, 240);
-    QTest::newRow("no hash") << "F0F0F0" << rgb(240, 240, 240);
-    QTest::newRow("new lines and tabs") << "\n\t#f0f0f0\r\n" << rgb(240, 240, 240);
+    // Either case, with or without '#', blanks around trimmed.
+    for (const char* text : {"#f0f0f0", " #F0F0F0 ", "F0F0F0", "\n\t#f0f0f0\r\n"})
+        QTest::newRow(QByteArray(text).toPercentEncoding(" #")) << text << rgb(240, 240, 240);
     QTest::newRow("channels in order") << "#123456" << rgb(0x12, 0x34, 0x56);
     QTest::newRow("black") << "#000000" << rgb(0, 0, 0);
     QTest::newRow("white") << "#ffffff" << rgb(255, 255, 255);
@@ -205,13 +203,11 @@ void TestThemes::cssKeywordTable()
         QVERIFY2(hex.match(it.value()).hasMatch(), qPrintable(it.key() + " " + it.value()));
     }
     // Both spellings everywhere a grey appears, with the same value.
-    for (const char* base : {"gray", "darkgray", "darkslategray", "dimgray", "lightgray",
-                             "lightslategray", "slategray"}) {
-        QString grey = QString::fromLatin1(base);
-        grey.replace(QStringLiteral("gray"), QStringLiteral("grey"));
-        QVERIFY2(colors.contains(QString::fromLatin1(base)), base);
-        QCOMPARE(colors.value(grey), colors.value(QString::fromLatin1(base)));
-    }
+    QCOMPARE(colors.keys().filter(QStringLiteral("gray")).size(), 7);
+    for (const QString& gray : colors.keys().filter(QStringLiteral("gray")))
+        QCOMPARE(
+            colors.value(QString(gray).replace(QStringLiteral("gray"), QStringLiteral("grey"))),
+            colors.value(gray));
     // Keywords whose CSS values differ from the X11 colours of the same names.
     QCOMPARE(colors.value("green"), "#008000");
     QCOMPARE(colors.value("maroon"), "#800000");
@@ -227,19 +223,12 @@ void TestThemes::fatalErrorsStopTheProcess_data()
     QTest::addColumn<QString>("message");
     QTest::addColumn<bool>("stops");
 
-    const char* const css = "bad css color";
-    const char* const range = "colour component out of range";
-    const std::tuple<const char*, const char*, bool> rows[] = {
-        {"css:#a", css, true},
-        {"css:#abcd", css, true},
-        {"css:#aabbccd", css, true},
-        {"css:#", css, true},
-        {"css:#abcdef", "child survived", false},
-        {"color:inf,0,0", range, true},
-        {"color:0,nan,0", range, true},
-        {"color:0,0,1e12", range, true}};
-    for (const auto& [check, message, stops] : rows)
-        QTest::newRow(check) << check << message << stops;
+    for (const char* check : {"css:#a", "css:#abcd", "css:#aabbccd", "css:#"})
+        QTest::newRow(check) << check << QStringLiteral("bad css color") << true;
+    // Seven characters is the one length besides four that passes.
+    QTest::newRow("css:#abcdef") << "css:#abcdef" << QStringLiteral("child survived") << false;
+    for (const char* check : {"color:inf,0,0", "color:0,nan,0", "color:0,0,1e12"})
+        QTest::newRow(check) << check << QStringLiteral("colour component out of range") << true;
 }
 
 void TestThemes::fatalErrorsStopTheProcess()
@@ -268,14 +257,10 @@ void TestThemes::classNames()
     QCOMPARE(HLJSClassNames::rawValue(N::hljs), "hljs");
     QCOMPARE(HLJSClassNames::themeKey(N::hljs), "defaultAttributes");
     QCOMPARE(HLJSClassNames::rawValue(N::hljsBuiltIn), "hljs-built_in");
-    QCOMPARE(HLJSClassNames::rawValue(N::hljsStrong), "hljs-strong");
-    QCOMPARE(HLJSClassNames::themeKey(N::hljsTemplateVariable), "templateVariable");
-    QSet<QString> keys;
     for (qsizetype i = 0; i < all.size(); ++i) {
         const QString raw = HLJSClassNames::rawValue(all[i]);
         QCOMPARE(int(all[i]), int(i));
         QCOMPARE(HLJSClassNames::fromRawValue(raw), std::optional<N>(all[i]));
-        keys.insert(HLJSClassNames::themeKey(all[i]));
         if (i == 0)
             continue;
         // A theme key is its class after "hljs-" in camel case, "_" breaking words as "-"
@@ -291,8 +276,6 @@ void TestThemes::classNames()
         }
         QCOMPARE(HLJSClassNames::themeKey(all[i]), key);
     }
-    QCOMPARE(keys.size(), all.size());
-
     for (const char* unknown :
          {"function_", "hljs-subst", "", "HLJS-TITLE", "hljs-title ", "builtIn", "hljs-built-in"})
         QVERIFY2(!HLJSClassNames::fromRawValue(QString::fromLatin1(unknown)), unknown);
@@ -333,10 +316,11 @@ void TestThemes::eachClassSelectsItsOwnField()
     QCOMPARE(theme.attributeFor(name), attr(nullptr, {"bold"}));
 }
 
-void TestThemes::encodeWritesOnlyPresentFieldsInFieldOrder()
+void TestThemes::encodeAndDecode()
 {
-    ThemeAttributes minimal;
-    QCOMPARE(minimal.encode(), QByteArray(R"({"defaultAttributes":{"textAttributes":[]}})"));
+    // Only present fields are written, in field order.
+    QCOMPARE(ThemeAttributes().encode(),
+             QByteArray(R"({"defaultAttributes":{"textAttributes":[]}})"));
 
     ThemeAttributes theme;
     theme.strong = attr(nullptr, {"bold"});
@@ -353,18 +337,14 @@ void TestThemes::encodeWritesOnlyPresentFieldsInFieldOrder()
             R"("backgroundColor":"#F0F0F0","comment":{"color":"#888888","textAttributes":[]},)"
             R"("strong":{"textAttributes":["bold"]}})"));
     // A grey-scale colour has no six-digit form of its own.
-    ThemeAttributes greyScale;
-    greyScale.backgroundColor = Color({0.5, 1.0});
-    QVERIFY(greyScale.encode().contains(R"("backgroundColor":"#555555")"));
-}
+    theme.backgroundColor = Color({0.5, 1.0});
+    QVERIFY(theme.encode().contains(R"("backgroundColor":"#555555")"));
 
-void TestThemes::decodeReadsEveryField()
-{
     const QByteArray json = R"({"strong":{"textAttributes":["bold"]},"unknownKey":1,"fontSize":14,
         "backgroundColor":"#1F1F24","fontName":"Menlo","defaultAttributes":{"color":"white","textAttributes":[]},
         "tag":{"color":null,"textAttributes":["wavy"]},"addition":{"color":"#00ff00","textAttributes":[]},
         "params":null})";
-    const ThemeAttributes theme = ThemeAttributes::decode(json);
+    theme = ThemeAttributes::decode(json);
     QCOMPARE(theme.fontName, std::optional<QString>("Menlo"));
     QCOMPARE(theme.fontSize, std::optional<double>(14.0));
     QCOMPARE(theme.backgroundColor->toString(), "#1F1F24");
@@ -475,9 +455,9 @@ void TestThemes::builtInThemeFollowsTheRules()
     QVERIFY(!object.isEmpty());
     QVERIFY(!text->contains(' ') && !text->contains('\n'));
     static const QRegularExpression hex(QStringLiteral("^#[0-9A-F]{6}$"));
-    QStringList allowed{QStringLiteral("defaultAttributes"), QStringLiteral("backgroundColor")};
+    QStringList allowed{QStringLiteral("backgroundColor")};
     for (HLJSClassName className : HLJSClassNames::all()) {
-        if (className != HLJSClassName::hljs && className != HLJSClassName::hljsAddition)
+        if (className != HLJSClassName::hljsAddition)
             allowed.append(HLJSClassNames::themeKey(className));
     }
     for (auto it = object.constBegin(); it != object.constEnd(); ++it) {
