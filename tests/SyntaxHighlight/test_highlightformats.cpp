@@ -35,14 +35,11 @@ void TestHighlightFormats::fonts_data()
     QTest::newRow("oblique counts as italic") << "DejaVu Sans Mono" << false << true << true << "";
     QTest::newRow("bold italic") << "DejaVu Serif" << true << true << true << "";
     // A family with one regular face: no bold to be had, so the plain font and an error.
-    QTest::newRow("no bold face")
-        << "DejaVu Math TeX Gyre" << true << false << false
-        << "cannot create font descriptor for name: DejaVu Math TeX Gyre, size:13.0 with "
-           "symbolics traits bold";
-    QTest::newRow("no bold italic face")
-        << "DejaVu Math TeX Gyre" << true << true << false
-        << "cannot create font descriptor for name: DejaVu Math TeX Gyre, size:13.0 with "
-           "symbolics traits bold|italic";
+    const QString family = QStringLiteral("DejaVu Math TeX Gyre");
+    const QString error = QStringLiteral("cannot create font descriptor for name: DejaVu Math TeX "
+                                         "Gyre, size:13.0 with symbolics traits bold");
+    QTest::newRow("no bold face") << family << true << false << false << error;
+    QTest::newRow("no bold italic face") << family << true << true << false << error + "|italic";
 }
 
 void TestHighlightFormats::fonts()
