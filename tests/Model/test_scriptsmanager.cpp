@@ -79,7 +79,7 @@ private slots:
     }
     void cleanup() { QDir(m_dataFolder).removeRecursively(); }
 
-    void customFolderIsPrivateAndNamedAfterTheApplication()
+    void firstStartMakesAPrivateFolderShowsOnlyBuiltInsAndSavesOnDemand()
     {
         LogCapture capture;
         const auto folder = AppConfig::applicationSupportDirectoryURL();
@@ -91,12 +91,8 @@ private slots:
         QCOMPARE(int(info.st_mode & 0777), 0700);
         QVERIFY(capture.contains(LogLevel::info,
                                  QStringLiteral("Custom application folder : ") + m_dataFolder));
-    }
 
-    void firstStartShowsOnlyBuiltInsAndTheFirstSaveCreatesTheFile()
-    {
         ScriptsManager manager;
-        LogCapture capture;
         manager.loadBuiltInScripts();
         manager.loadScripts(false);
         QCOMPARE(manager.scripts().size(), 9);
@@ -186,16 +182,6 @@ private slots:
         for (int i = 0; i < builtIns; ++i)
             QVERIFY(manager.scripts().at(i)->builtIn());
         QCOMPARE(names(manager.scripts().mid(builtIns)), (QStringList{"two", "one"}));
-    }
-
-    void savingWritesOnlyTheUsersScripts()
-    {
-        ScriptsManager manager;
-        manager.loadBuiltInScripts();
-        manager.add(Script::create(QStringLiteral("mine"), QStringLiteral("echo"), false), 3);
-        QCOMPARE(manager.scripts().at(3)->name(), QStringLiteral("mine"));
-        const ScriptList saved = Script::decodeLibrary(TestEnvironment::readFile(m_libraryFile));
-        QCOMPARE(names(saved), QStringList{"mine"});
     }
 
     void builtInFolderRules_data()
@@ -307,10 +293,12 @@ private slots:
         QCOMPARE(manager.categories(), (QStringList{"Tools", "Zed", "tools", "Été"}));
     }
 
-    void newScriptIsAppendedSavedAndReturned()
+    void newScriptIsAppendedAndOnlyTheUsersScriptsAreSaved()
     {
         ScriptsManager manager;
-        manager.add(Script::create(QStringLiteral("first"), QString(), false), -1);
+        manager.loadBuiltInScripts();
+        manager.add(Script::create(QStringLiteral("first"), QString(), false), 3);
+        QCOMPARE(manager.scripts().at(3)->name(), QStringLiteral("first"));
         const ScriptPtr created = manager.newScript();
         QCOMPARE(manager.scripts().last(), created);
         QCOMPARE(created->name(), QStringLiteral("New Script"));
