@@ -63,7 +63,6 @@ private slots:
             {"ID-THREE", "three", "#!/bin/sh\nprintf 'out\\n'\nexit 3\n"},
             {"ID-ERR", "to stderr", "#!/bin/sh\necho oops >&2\nexit 1\n"},
             {"ID-SIG", "killed", "#!/bin/sh\nkill -TERM $$\n"},
-            {"ID-ARGS", "args", "#!/bin/sh\nprintf '%s %s\\n' \"$1\" \"$2\"\n"},
             {"ID-EMPTY", "empty", ""},
             {"ID-BLANK", "blank", " "},
             {"ID-TWIN-1", "twin", "#!/bin/sh\ntouch '" + marker + "1'\n"},
@@ -150,8 +149,6 @@ private slots:
         QTest::newRow("log of stderr, status 1")
             << QStringLiteral("to stderr") << 1 << QByteArray("oops\n");
         QTest::newRow("ended by a signal") << QStringLiteral("killed") << 128 + 15 << QByteArray();
-        QTest::newRow("same arguments as from the menu")
-            << QStringLiteral("args") << 0 << QByteArray("/bin/sh -c\n");
         QTest::newRow("id before name") << QStringLiteral("hello-id") << 0 << QByteArray("by id\n");
     }
 
