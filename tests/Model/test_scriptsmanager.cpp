@@ -105,12 +105,12 @@ private slots:
             ids.insert(s->id());
         }
         QCOMPARE(ids.size(), 9);
-        QCOMPARE(
-            manager.script(QStringLiteral("org.brambleworth.builtin.battery-status"))->language(),
-            QStringLiteral("python"));
-        QCOMPARE(
-            manager.script(QStringLiteral("org.brambleworth.builtin.system-summary"))->language(),
-            QStringLiteral("bash"));
+        const auto languageOf = [&](const char* name) {
+            const ScriptPtr s = manager.script(QStringLiteral("org.brambleworth.builtin.") + name);
+            return s ? s->language() : QStringLiteral("(missing)");
+        };
+        QCOMPARE(languageOf("battery-status"), QStringLiteral("python"));
+        QCOMPARE(languageOf("system-summary"), QStringLiteral("bash"));
         const QStringList errors = capture.messages(LogLevel::error);
         QCOMPARE(errors.size(), 1);
         QVERIFY2(errors.first().startsWith(QStringLiteral("loadScripts(removing:):")),
