@@ -1,104 +1,263 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-// The command-line front, driven through the real executable as a person would.
 #include "common/TestEnvironment.h"
 
+#include "Model/Script.h"
+
 #include <QDir>
+#include <QFileInfo>
 #include <QProcess>
+#include <QTemporaryDir>
 
-namespace {
+#include <cerrno>
+#include <csignal>
+#include <cstring>
 
-struct Result
-{
-    int status = -1;
-    QString out;
-    QString err;
-};
-
-Result runBrambleworth(const QStringList& arguments)
-{
-    QProcess process;
-    process.start(QStringLiteral(BRAMBLEWORTH_EXECUTABLE), arguments);
-    if (!process.waitForFinished(30000))
-        qFatal("brambleworth did not finish");
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-} // namespace
-
+// Drives the built program the way a terminal does: `brambleworth --list`,
+// `brambleworth --run NAME_OR_ID`.
 class TestCommandLine : public QObject
 {
     Q_OBJECT
 
-    QString m_dataFolder;
+    struct Result
+    {
+        int status = -1;
+        QByteArray out;
+        QByteArray err;
+    };
+
+    QTemporaryDir m_folder;
+    ScriptList m_library;
+
+    QStringList arguments(const QStringList& options, const QString& includeBuiltIns = "NO") const
+    {
+        return QStringList{QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_folder.path(),
+                           QStringLiteral("-IncludeBuiltInScripts"), includeBuiltIns} +
+               options;
+    }
+
+    QStringList runArguments(const QString& nameOrId) const
+    {
+        return arguments({QStringLiteral("--run"), nameOrId});
+    }
+
+    static Result run(const QStringList& arguments)
+    {
+        QProcess process;
+        process.start(QStringLiteral(BRAMBLEWORTH_BINARY), arguments);
+        Result result;
+        if (!process.waitForFinished(20000))
+            return result;
+        result.status = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        result.out = process.readAllStandardOutput();
+        result.err = process.readAllStandardError();
+        return result;
+    }
 
 private slots:
-    void init()
+    void initTestCase()
     {
-        m_dataFolder =
-            QDir::tempPath() +
-            QStringLiteral("/brambleworth-cli-%1").arg(QCoreApplication::applicationPid());
-        QDir(m_dataFolder).removeRecursively();
+        QVERIFY(m_folder.isValid());
+        const QString marker = m_folder.path() + QStringLiteral("/ran-");
+        const QList<QStringList> scripts{
+            {"ID-HELLO", "hello", "#!/bin/sh\nprintf 'hello\\n'\n"},
+            {"ID-THREE", "three", "#!/bin/sh\nprintf 'out\\n'\nexit 3\n"},
+            {"ID-ERR", "to stderr", "#!/bin/sh\necho oops >&2\nexit 1\n"},
+            {"ID-SIG", "killed", "#!/bin/sh\nkill -TERM $$\n"},
+            {"ID-EMPTY", "empty", ""},
+            {"ID-BLANK", "blank", " "},
+            {"ID-TWIN-1", "twin", "#!/bin/sh\ntouch '" + marker + "1'\n"},
+            {"ID-TWIN-2", "twin", "#!/bin/sh\ntouch '" + marker + "2'\n"},
+            // An id wins over a name that happens to equal it.
+            {"hello-id", "id wins", "#!/bin/sh\necho by id\n"},
+            {"ID-OTHER", "hello-id", "#!/bin/sh\necho by name\n"},
+            {"ID-STREAM", "stream",
+             "#!/bin/sh\nprintf 'first\\n'\nwhile [ ! -e '" + m_folder.path() +
+                 "/go' ]; do sleep 0.05; done\nprintf 'second\\n'\n"},
+            {"ID-SLEEPER", "sleeper",
+             "#!/bin/sh\necho $$ > '" + m_folder.path() +
+                 "/sleeper.pid'\nprintf 'ready\\n'\nsleep 30\nprintf 'woke\\n'\n"},
+        };
+        for (const QStringList& script : scripts) {
+            m_library << Script::create(script[1], script[2], false);
+            m_library.last()->setId(script[0]);
+        }
+        m_library.first()->setCategory(QStringLiteral("Work"));
+        TestEnvironment::writeFile(
+            m_folder.path() + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json"),
+            *Script::encodeLibrary(m_library));
     }
-    void cleanup() { QDir(m_dataFolder).removeRecursively(); }
 
     void listShowsBuiltInsFirstThenTheLibrary_data()
     {
         QTest::addColumn<QString>("includeBuiltIns");
         QTest::addColumn<int>("builtInLines");
         QTest::newRow("YES") << "YES" << 9;
-        QTest::newRow("true") << "true" << 9;
         QTest::newRow("NO") << "NO" << 0;
-        QTest::newRow("0") << "0" << 0;
     }
+
     void listShowsBuiltInsFirstThenTheLibrary()
     {
         QFETCH(QString, includeBuiltIns);
         QFETCH(int, builtInLines);
-        TestEnvironment::writeFile(
-            m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json"),
-            "[{\"id\":\"U-1\",\"name\":\"Deploy\",\"content\":\"x\",\"category\":\"Work\"},"
-            "{\"id\":\"U-2\",\"name\":\"Notes\",\"content\":\"y\"}]");
-        const Result result = runBrambleworth(
-            {QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_dataFolder,
-             QStringLiteral("-IncludeBuiltInScripts"), includeBuiltIns, QStringLiteral("--list")});
+        const Result result = run(arguments({QStringLiteral("--list")}, includeBuiltIns));
         QCOMPARE(result.status, 0);
-        const QStringList lines = result.out.split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-        QCOMPARE(lines.size(), builtInLines + 2);
+        const QStringList lines =
+            QString::fromUtf8(result.out).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), builtInLines + m_library.size());
         for (int i = 0; i < builtInLines; ++i)
             QVERIFY2(lines.at(i).startsWith(QStringLiteral("org.brambleworth.builtin.")),
                      qPrintable(lines.at(i)));
-        QCOMPARE(lines.at(builtInLines), QStringLiteral("U-1\tDeploy\tWork"));
-        QCOMPARE(lines.at(builtInLines + 1), QStringLiteral("U-2\tNotes\t"));
+        QCOMPARE(lines.at(builtInLines), QStringLiteral("ID-HELLO\thello\tWork"));
+        QCOMPARE(lines.at(builtInLines + 1), QStringLiteral("ID-THREE\tthree\t"));
+        QCOMPARE(lines.last(), QStringLiteral("ID-SLEEPER\tsleeper\t"));
     }
 
     void listOfAFirstStartIsEmpty()
     {
-        const Result result =
-            runBrambleworth({QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), m_dataFolder,
-                             QStringLiteral("--list")});
+        const QString fresh = m_folder.path() + QStringLiteral("/fresh");
+        const Result result = run({QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), fresh,
+                                   QStringLiteral("--list")});
         QCOMPARE(result.status, 0);
-        QCOMPARE(result.out, QString());
-        QVERIFY(QFileInfo(m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth")).isDir());
+        QCOMPARE(result.out, QByteArray());
+        QVERIFY(QFileInfo(fresh + QStringLiteral("/org.brambleworth.Brambleworth")).isDir());
     }
 
-    void versionAndHelp()
+    void versionHelpAndUnknownOptions()
     {
-        const Result version = runBrambleworth({QStringLiteral("--version")});
+        const Result version = run({QStringLiteral("--version")});
         QCOMPARE(version.status, 0);
-        QVERIFY2(version.out.startsWith(QStringLiteral("brambleworth ")), qPrintable(version.out));
-        const Result help = runBrambleworth({QStringLiteral("--help")});
+        QVERIFY2(version.out.startsWith("brambleworth "), version.out.constData());
+        const Result help = run({QStringLiteral("--help")});
         QCOMPARE(help.status, 0);
-        QVERIFY(help.out.contains(QStringLiteral("--list")));
-        QVERIFY(help.out.contains(QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY")));
+        QVERIFY(help.out.contains("--list"));
+        QVERIFY(help.out.contains("--run"));
+        QVERIFY(help.out.contains("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"));
+        const Result unknown = run({QStringLiteral("--frobnicate")});
+        QCOMPARE(unknown.status, 1);
+        QVERIFY2(unknown.err.contains("frobnicate"), unknown.err.constData());
     }
 
-    void unknownOptionsFailClearly()
+    void runsScriptAndPassesItsStatusOn_data()
     {
-        const Result result = runBrambleworth({QStringLiteral("--frobnicate")});
+        QTest::addColumn<QString>("nameOrId");
+        QTest::addColumn<int>("status");
+        QTest::addColumn<QByteArray>("out");
+        QTest::newRow("by name") << QStringLiteral("hello") << 0 << QByteArray("hello\n");
+        QTest::newRow("by id") << QStringLiteral("ID-HELLO") << 0 << QByteArray("hello\n");
+        QTest::newRow("exit status 3") << QStringLiteral("three") << 3 << QByteArray("out\n");
+        // The log holds both pipes, so standard error's text comes out on standard output.
+        QTest::newRow("log of stderr, status 1")
+            << QStringLiteral("to stderr") << 1 << QByteArray("oops\n");
+        QTest::newRow("ended by a signal") << QStringLiteral("killed") << 128 + 15 << QByteArray();
+        QTest::newRow("id before name") << QStringLiteral("hello-id") << 0 << QByteArray("by id\n");
+    }
+
+    void runsScriptAndPassesItsStatusOn()
+    {
+        QFETCH(QString, nameOrId);
+        QFETCH(int, status);
+        QFETCH(QByteArray, out);
+        const Result result = run(runArguments(nameOrId));
+        QCOMPARE(result.out, out);
+        QCOMPARE(result.err, QByteArray());
+        QCOMPARE(result.status, status);
+    }
+
+    void refusesWithOneLine_data()
+    {
+        QTest::addColumn<QString>("nameOrId");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("unknown") << QStringLiteral("no such script")
+                                 << QStringLiteral("no such script");
+        QTest::newRow("name is case sensitive")
+            << QStringLiteral("Hello") << QStringLiteral("Hello");
+        QTest::newRow("empty script") << QStringLiteral("empty") << QStringLiteral("empty");
+        QTest::newRow("launch failure")
+            << QStringLiteral("blank") << QString::fromLocal8Bit(std::strerror(ENOEXEC));
+    }
+
+    void refusesWithOneLine()
+    {
+        QFETCH(QString, nameOrId);
+        QFETCH(QString, reason);
+        const Result result = run(runArguments(nameOrId));
         QCOMPARE(result.status, 1);
-        QVERIFY2(result.err.contains(QStringLiteral("frobnicate")), qPrintable(result.err));
+        QCOMPARE(result.out, QByteArray());
+        const QString err = QString::fromUtf8(result.err);
+        QCOMPARE(err.count(QLatin1Char('\n')), 1);
+        QVERIFY(err.endsWith(QLatin1Char('\n')));
+        QVERIFY2(err.contains(reason), qPrintable(err));
+    }
+
+    void ambiguousNameRunsNothing()
+    {
+        const Result result = run(runArguments(QStringLiteral("twin")));
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.out, QByteArray());
+        const QStringList lines =
+            QString::fromUtf8(result.err).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+        QCOMPARE(lines.size(), 3);
+        QVERIFY(lines[1].startsWith(QStringLiteral("ID-TWIN-1\ttwin")));
+        QVERIFY(lines[2].startsWith(QStringLiteral("ID-TWIN-2\ttwin")));
+        QTest::qWait(200);
+        QVERIFY(QDir(m_folder.path()).entryList({QStringLiteral("ran-*")}, QDir::Files).isEmpty());
+    }
+
+    void outputIsStreamedWhileTheScriptRuns()
+    {
+        QProcess process;
+        process.start(QStringLiteral(BRAMBLEWORTH_BINARY), runArguments(QStringLiteral("stream")));
+        QVERIFY(process.waitForStarted());
+        QByteArray out;
+        QTRY_VERIFY_WITH_TIMEOUT((out += process.readAllStandardOutput()) == "first\n", 10000);
+        // The script waits for us: the first line came out while it was still running.
+        QCOMPARE(process.state(), QProcess::Running);
+        TestEnvironment::writeFile(m_folder.path() + QStringLiteral("/go"), {});
+        QVERIFY(process.waitForFinished(10000));
+        out += process.readAllStandardOutput();
+        QCOMPARE(out, QByteArray("first\nsecond\n"));
+        QCOMPARE(process.exitCode(), 0);
+    }
+
+    void interruptIsPassedOnToTheScript_data()
+    {
+        QTest::addColumn<int>("signal");
+        QTest::newRow("interrupt key") << SIGINT;
+        QTest::newRow("termination request") << SIGTERM;
+    }
+
+    void interruptIsPassedOnToTheScript()
+    {
+        QFETCH(int, signal);
+        QProcess process;
+        process.start(QStringLiteral(BRAMBLEWORTH_BINARY), runArguments(QStringLiteral("sleeper")));
+        QVERIFY(process.waitForStarted());
+        QByteArray out;
+        QTRY_VERIFY_WITH_TIMEOUT((out += process.readAllStandardOutput()) == "ready\n", 10000);
+        const pid_t script =
+            TestEnvironment::readFile(m_folder.path() + QStringLiteral("/sleeper.pid"))
+                .trimmed()
+                .toInt();
+        QVERIFY(script > 0);
+        // Wait for `sleep` to run: an interrupt that lands while the shell is between fork and
+        // exec is lost on the way, and the shell then goes on with the script.
+        const QString children = QStringLiteral("/proc/%1/task/%1/children").arg(script);
+        QTRY_VERIFY_WITH_TIMEOUT(!TestEnvironment::readFile(children).trimmed().isEmpty(), 10000);
+        const QByteArray child = TestEnvironment::readFile(children).trimmed().split(' ').first();
+        QTRY_COMPARE_WITH_TIMEOUT(
+            TestEnvironment::readFile(
+                QStringLiteral("/proc/%1/comm").arg(QString::fromLatin1(child)))
+                .trimmed(),
+            QByteArray("sleep"), 10000);
+
+        ::kill(pid_t(process.processId()), signal);
+        QVERIFY(process.waitForFinished(10000));
+        // The script got an interrupt whatever brambleworth was sent, and brambleworth ended
+        // with it.
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 128 + SIGINT);
+        QCOMPARE(out + process.readAllStandardOutput(), QByteArray("ready\n"));
+        QTRY_VERIFY_WITH_TIMEOUT(::kill(script, 0) != 0, 5000);
     }
 };
 

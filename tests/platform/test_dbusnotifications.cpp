@@ -6,6 +6,7 @@
 
 #include <QDBusMessage>
 #include <QProcess>
+#include <QScopeGuard>
 
 #include <cstdio>
 
@@ -43,8 +44,11 @@ private slots:
     void ourOwnPostsArriveOnceAndOthersArriveToo()
     {
         QStringList seen;
-        DistributedObserverHolder holder(seen);
-        NotificationCenter::distributedCenter()->post(QStringLiteral("Mine"));
+        NotificationCenter* center = NotificationCenter::distributedCenter();
+        const auto token = center->addObserver({}, {}, nullptr,
+                                               [&seen](const Notification& n) { seen << n.name; });
+        const auto removal = qScopeGuard([&] { center->removeObserver(token); });
+        center->post(QStringLiteral("Mine"));
         QCOMPARE(seen, QStringList{QStringLiteral("Mine")});
 
         QProcess poster;
@@ -55,21 +59,6 @@ private slots:
         QTest::qWait(100);
         QCOMPARE(seen.size(), 2);
     }
-
-private:
-    struct DistributedObserverHolder
-    {
-        explicit DistributedObserverHolder(QStringList& seen)
-        {
-            token = NotificationCenter::distributedCenter()->addObserver(
-                {}, {}, nullptr, [&seen](const Notification& n) { seen << n.name; });
-        }
-        ~DistributedObserverHolder()
-        {
-            NotificationCenter::distributedCenter()->removeObserver(token);
-        }
-        NotificationCenter::Token token;
-    };
 };
 
 // Child modes: "--listen" prints the first notification it sees; "--post NAME" posts one.
