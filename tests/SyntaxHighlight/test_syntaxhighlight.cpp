@@ -4,6 +4,7 @@
 #include "App/Preferences.h"
 #include "QuillonCommons/LogCapture.h"
 #include "SyntaxHighlight/BuiltInThemes.h"
+#include "SyntaxHighlight/CompiledPattern.h"
 #include "SyntaxHighlight/HTMLEntities.h"
 #include "SyntaxHighlight/HighlightedHTMLParser.h"
 #include "SyntaxHighlight/JavaScriptContext.h"
@@ -110,6 +111,7 @@ private slots:
     void parseHTML();
     void characterCount_data();
     void characterCount();
+    void compiledPatterns();
     void descriptions();
 
     void classAttributes_data();
@@ -392,6 +394,37 @@ void TestSyntaxHighlight::characterCount()
     QFETCH(QString, text);
     QFETCH(int, count);
     QCOMPARE(HighlightedHTMLParser::characterCount(text), count);
+}
+
+void TestSyntaxHighlight::compiledPatterns()
+{
+    CompiledPattern broken(u"(unclosed");
+    QVERIFY(!broken.isValid());
+    QVERIFY(broken.errorString().contains(u"at 9"));
+    QVERIFY(!broken.match(u"unclosed"));
+
+    // Captures are positions in the whole subject, also when the search starts further on; a
+    // group that took no part reads as absent rather than empty.
+    CompiledPattern pattern(u"(a)|(b+)");
+    const QString subject = QStringLiteral("xabbb");
+    QVERIFY(pattern.match(subject, 2));
+    QCOMPARE(pattern.capturedStart(), 2);
+    QCOMPARE(pattern.capturedView(2), u"bbb");
+    QVERIFY(!pattern.hasCaptured(1));
+    QVERIFY(pattern.capturedView(1).isNull());
+    QVERIFY(!pattern.match(subject, 6));
+    QVERIFY(!pattern.hasCaptured(0));
+
+    // Code units, not code points: a lone surrogate half is an ordinary unit to match.
+    CompiledPattern text(u"^[^<]+");
+    const QString cut = QStringLiteral("a\U0001F600").left(2);
+    QVERIFY(text.match(cut));
+    QCOMPARE(text.capturedLength(), 2);
+
+    CompiledPattern unicodeWord(u"^\\w+$", CompiledPattern::Classes::unicode);
+    CompiledPattern asciiWord(u"^\\w+$");
+    QVERIFY(unicodeWord.match(u"caf\u00e9"));
+    QVERIFY(!asciiWord.match(u"caf\u00e9"));
 }
 
 void TestSyntaxHighlight::descriptions()
