@@ -8,7 +8,6 @@
 #include "QuillonCommons/FileUtils.h"
 #include "QuillonCommons/JsonWriter.h"
 
-#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -135,16 +134,8 @@ void AppHotKeyManager::load()
         return;
     }
     try {
-        const QString path = *directory + QLatin1Char('/') + fileName;
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(fileName),
-                           file.errorString());
-        const QByteArray data = file.readAll();
-        if (file.error() != QFileDevice::NoError)
-            throw AppError(QStringLiteral("The file “%1” couldn’t be read.").arg(fileName),
-                           file.errorString());
-        m_registeredHotKeys = decode(data);
+        m_registeredHotKeys =
+            decode(FileUtils::readWholeFile(*directory + QLatin1Char('/') + fileName));
     } catch (const std::exception& failure) {
         AppLogger::error(failure, QStringLiteral("load()"), __LINE__);
     }

@@ -8,7 +8,6 @@
 #include "QuillonCommons/Utf8.h"
 
 #include <QDir>
-#include <QFile>
 #include <QFileInfo>
 #include <QSet>
 
@@ -72,12 +71,7 @@ void ScriptsManager::loadScripts(bool removing)
         return;
     }
     try {
-        QFile file(*path);
-        if (!file.open(QIODevice::ReadOnly))
-            throw AppError(QStringLiteral("The file “%1” couldn’t be opened.")
-                               .arg(AppFiles::libraryFileName()),
-                           file.errorString());
-        const ScriptList loaded = Script::decodeLibrary(file.readAll());
+        const ScriptList loaded = Script::decodeLibrary(FileUtils::readWholeFile(*path));
         if (removing)
             setScripts({});
         setScripts(m_scripts + loaded);
@@ -204,12 +198,8 @@ std::optional<ScriptsManager::BuiltInIDs> ScriptsManager::loadBuiltInIDs()
         return std::nullopt;
     std::optional<BuiltInIDs> ids;
     try {
-        const QString path = QDir(*folder).filePath(QStringLiteral("IDs.plist"));
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly))
-            throw AppError(QStringLiteral("The file “IDs.plist” couldn’t be opened."),
-                           file.errorString());
-        ids = parseBuiltInIDs(file.readAll());
+        ids = parseBuiltInIDs(
+            FileUtils::readWholeFile(QDir(*folder).filePath(QStringLiteral("IDs.plist"))));
     } catch (const AppError& error) {
         AppLogger::error(error, QStringLiteral("loadBuiltInIDs()"), __LINE__);
         return std::nullopt;
@@ -267,15 +257,13 @@ void ScriptsManager::loadBuiltInScripts()
         }
         const QString language =
             entry->value(QStringLiteral("Language"), Script::defaultLanguage());
-        QFile file(item.filePath());
-        if (!file.open(QIODevice::ReadOnly)) {
-            AppLogger::error(
-                AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(item.fileName()),
-                         file.errorString()),
-                QStringLiteral("loadBuiltInScripts()"), __LINE__);
+        QByteArray data;
+        try {
+            data = FileUtils::readWholeFile(item.filePath());
+        } catch (const AppError& error) {
+            AppLogger::error(error, QStringLiteral("loadBuiltInScripts()"), __LINE__);
             continue;
         }
-        const QByteArray data = file.readAll();
         const QString text = Utf8::decode(data).value_or(QString::fromLocal8Bit(data));
         auto script = Script::create(name, text, true);
         script->setId(entry->value(QStringLiteral("ID")));

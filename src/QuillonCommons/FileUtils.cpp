@@ -6,6 +6,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSaveFile>
 #include <QUuid>
 
@@ -55,6 +56,20 @@ QString FileUtils::temporaryDirectoryURL()
     // empty, putting scratch folders at the root of the file system.
     const QString configured = qEnvironmentVariable("TMPDIR");
     return QDir::cleanPath(configured.isEmpty() ? QStringLiteral("/tmp") : configured);
+}
+
+QByteArray FileUtils::readWholeFile(const QString& path)
+{
+    QFile file(path);
+    const QString name = QFileInfo(path).fileName();
+    if (!file.open(QIODevice::ReadOnly))
+        throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(name),
+                       file.errorString());
+    QByteArray data = file.readAll();
+    if (file.error() != QFileDevice::NoError)
+        throw AppError(QStringLiteral("The file “%1” couldn’t be read.").arg(name),
+                       file.errorString());
+    return data;
 }
 
 void FileUtils::writeAtomically(const QString& path, const QByteArray& data)

@@ -24,6 +24,8 @@ public:
     // Writes the whole file or nothing: a side file that replaces the target once complete, so
     // a crash or kill at any moment leaves either the old file or the new one. Throws AppError.
     static void writeAtomically(const QString& path, const QByteArray& data);
+    // The whole file; throws AppError naming the file when it cannot be opened or read.
+    static QByteArray readWholeFile(const QString& path);
 
 private:
     static std::optional<QString> makeScratchDirectory(const QString& function, int line);

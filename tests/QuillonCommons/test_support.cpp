@@ -68,13 +68,22 @@ private slots:
                  qPrintable(errors.first()));
     }
 
-    void atomicWritesReplaceWholeFiles()
+    void atomicWritesReplaceWholeFilesAndReadsTakeThemWhole()
     {
         const QString folder = *FileUtils::tempraryDirectory();
         const QString path = folder + QStringLiteral("/data.json");
         FileUtils::writeAtomically(path, "first");
         FileUtils::writeAtomically(path, "second");
-        QCOMPARE(TestEnvironment::readFile(path), QByteArray("second"));
+        QCOMPARE(FileUtils::readWholeFile(path), QByteArray("second"));
+        // Loaders log this line as it stands: it names the file, not the whole path.
+        try {
+            FileUtils::readWholeFile(folder + QStringLiteral("/missing.json"));
+            QFAIL("read a missing file");
+        } catch (const AppError& error) {
+            QCOMPARE(error.description(),
+                     QStringLiteral("The file “missing.json” couldn’t be opened."));
+            QVERIFY(!error.failureReason().isEmpty());
+        }
         QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden),
                  QStringList{QStringLiteral("data.json")});
         QVERIFY_THROWS_EXCEPTION(
