@@ -49,7 +49,7 @@ bool CompiledPattern::match(QStringView subject, qsizetype offset)
 {
     m_subject = subject;
     m_matched = false;
-    if (!m_code || offset < 0 || offset > subject.size())
+    if (!isValid() || offset < 0 || offset > subject.size())
         return false;
     // An empty view may have no data at all; PCRE2 wants a pointer even for no text.
     static const char16_t empty = 0;

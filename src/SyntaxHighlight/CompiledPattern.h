@@ -30,7 +30,7 @@ public:
     CompiledPattern(const CompiledPattern&) = delete;
     CompiledPattern& operator=(const CompiledPattern&) = delete;
 
-    bool isValid() const { return m_code != nullptr; }
+    bool isValid() const { return m_code && m_matchData; }
     // Why the pattern did not compile, empty when it did.
     const QString& errorString() const { return m_error; }
 

@@ -97,7 +97,6 @@ const std::vector<std::pair<QStringView, char32_t>>& entityTable()
         for (const NamedEntity& entity : namedEntities)
             entities.emplace_back(QStringView(entity.name), entity.codePoint);
         std::sort(entities.begin(), entities.end());
-        entities.erase(std::unique(entities.begin(), entities.end()), entities.end());
         return entities;
     }();
     return table;
