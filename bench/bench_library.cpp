@@ -2,8 +2,8 @@
 // Library load and save: the name field saves the whole library on every keystroke.
 #include "BenchSupport.h"
 
-#include "App/Preferences.h"
 #include "Model/AppConfig.h"
+#include "Model/Preferences.h"
 #include "Model/ScriptsManager.h"
 #include "QuillonCommons/AppLogger.h"
 
@@ -47,7 +47,7 @@ int main(int argc, char** argv)
     Preferences::shared().setArguments({QStringLiteral("bench"),
                                         QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
                                         folder.path()});
-    AppConfig::resetForTesting();
+    AppConfig::setPreferences(&Preferences::shared());
     AppLogger::setLevel(LogLevel::error);
 
     for (const int count : {500, 10000}) {

@@ -2,9 +2,11 @@
 #include "App/BrambleworthMain.h"
 
 #include "App/CommandLineFront.h"
-#include "App/Preferences.h"
 #include "BuildConfig.h"
+#include "Model/AppConfig.h"
+#include "Model/Preferences.h"
 #include "QuillonCommons/AppLogger.h"
+#include "SyntaxHighlight/SyntaxHighlight.h"
 #include "platform/linux/OSLogger.h"
 
 #include <QCoreApplication>
@@ -20,6 +22,8 @@ int BrambleworthMain::run(int argc, char** argv)
     Preferences& preferences = Preferences::shared();
     const QStringList arguments = preferences.setArguments(QCoreApplication::arguments());
     preferences.registerStandardDefaults();
+    AppConfig::setPreferences(&preferences);
+    SyntaxHighlight::setSharedPreferences(&preferences);
 
     CommandLineFront front;
     return front.run(arguments);

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/CommandLineFront.h"
 
-#include "App/Preferences.h"
 #include "Execution/ScriptExecutorManager.h"
+#include "Model/Preferences.h"
 #include "Model/ScriptsManager.h"
 #include "QuillonCommons/AppLogger.h"
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Model/AppConfig.h"
 
-#include "App/Preferences.h"
 #include "BuildConfig.h"
+#include "Model/Preferences.h"
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
 
@@ -10,6 +10,7 @@
 #include <QFile>
 #include <QMutex>
 #include <QMutexLocker>
+#include <QPointer>
 #include <QStandardPaths>
 
 #include <cerrno>
@@ -20,6 +21,7 @@ namespace {
 QMutex g_mutex;
 bool g_computed = false;
 std::optional<QString> g_folder;
+QPointer<const Preferences> g_preferences;
 
 // mkdir -p, with the folders it creates private to the user.
 bool makePrivatePath(const QString& path, int* error)
@@ -53,10 +55,12 @@ QString AppConfig::bundleIdentifier()
     return identifier;
 }
 
-std::optional<QString> AppConfig::computeApplicationSupportDirectory(const Preferences& preferences)
+std::optional<QString> AppConfig::computeApplicationSupportDirectory(const Preferences* preferences)
 {
     QString base;
-    const QString custom = preferences.string(Preferences::customApplicationSupportDirectoryKey());
+    const QString custom =
+        preferences ? preferences->string(Preferences::customApplicationSupportDirectoryKey())
+                    : QString();
     if (!custom.isEmpty()) {
         AppLogger::info(QStringLiteral("Custom application folder : ") + custom);
         base = custom;
@@ -79,10 +83,18 @@ std::optional<QString> AppConfig::applicationSupportDirectoryURL()
 {
     QMutexLocker lock(&g_mutex);
     if (!g_computed) {
-        g_folder = computeApplicationSupportDirectory(Preferences::shared());
+        g_folder = computeApplicationSupportDirectory(g_preferences.data());
         g_computed = true;
     }
     return g_folder;
+}
+
+void AppConfig::setPreferences(const Preferences* preferences)
+{
+    QMutexLocker lock(&g_mutex);
+    g_preferences = preferences;
+    g_computed = false;
+    g_folder.reset();
 }
 
 void AppConfig::resetForTesting()

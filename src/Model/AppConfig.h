@@ -17,9 +17,13 @@ public:
     // data folder, then the application id; created (mode 0700) when missing.
     static std::optional<QString> applicationSupportDirectoryURL();
 
-    // The computation itself, for a given store; does not cache.
+    // The store that may name a custom folder; wired once at start-up. Without one, the XDG
+    // data folder is used. Also forgets the cached folder.
+    static void setPreferences(const Preferences* preferences);
+
+    // The computation itself, for a given store (or none); does not cache.
     static std::optional<QString>
-    computeApplicationSupportDirectory(const Preferences& preferences);
+    computeApplicationSupportDirectory(const Preferences* preferences);
 
     // Forgets the cached folder so a test can point the next call elsewhere.
     static void resetForTesting();

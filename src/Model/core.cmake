@@ -4,6 +4,8 @@ target_sources(brambleworth_core PRIVATE
     Model/AppConfig.h
     Model/AppFiles.cpp
     Model/AppFiles.h
+    Model/Preferences.cpp
+    Model/Preferences.h
     Model/Script.cpp
     Model/ScriptsManager.cpp
     Model/ScriptsManager.h

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "SyntaxHighlight/SyntaxHighlight.h"
 
-#include "App/Preferences.h"
+#include "Model/Preferences.h"
 #include "QuillonCommons/AppLogger.h"
 #include "SyntaxHighlight/HLJSClassName.h"
 #include "SyntaxHighlight/HighlightedHTMLParser.h"
@@ -50,12 +50,23 @@ const QString& languagesScript()
     return text;
 }
 
+QPointer<const Preferences> g_sharedPreferences;
+
 } // namespace
+
+void SyntaxHighlight::setSharedPreferences(const Preferences* preferences)
+{
+    g_sharedPreferences = preferences;
+}
 
 SyntaxHighlight& SyntaxHighlight::shared()
 {
     // Never destroyed: the engine must not be torn down among the static destructors.
-    static SyntaxHighlight* const instance = new SyntaxHighlight();
+    static SyntaxHighlight* const instance = [] {
+        auto* highlight = new SyntaxHighlight();
+        highlight->setPreferences(g_sharedPreferences.data());
+        return highlight;
+    }();
     return *instance;
 }
 
@@ -99,7 +110,7 @@ QList<Language> SyntaxHighlight::availableLanguages() const
         return {};
 
     const bool restricted =
-        Preferences::shared().boolean(Preferences::Identifier::restrictSyntaxHighlight);
+        m_preferences && m_preferences->boolean(Preferences::Identifier::restrictSyntaxHighlight);
     QList<Language> languages;
     languages.reserve(identifierList->size());
     for (qsizetype i = 0; i < identifierList->size(); ++i) {
@@ -108,6 +119,11 @@ QList<Language> SyntaxHighlight::availableLanguages() const
         languages.append(Language{identifierList->at(i), nameList->at(i)});
     }
     return languages;
+}
+
+void SyntaxHighlight::setPreferences(const Preferences* preferences)
+{
+    m_preferences = preferences;
 }
 
 QString SyntaxHighlight::languageIdentifier(const QString& displayName) const

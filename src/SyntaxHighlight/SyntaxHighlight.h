@@ -9,6 +9,7 @@
 #include "SyntaxHighlight/ThemeAttributes.h"
 
 #include <QList>
+#include <QPointer>
 #include <QSet>
 #include <QString>
 
@@ -16,6 +17,7 @@
 #include <optional>
 
 class JavaScriptValue;
+class Preferences;
 
 // Highlights source text with Highlight.js running in an embedded JavaScript context of its
 // own, and turns the HTML it returns into styled ranges under a theme.
@@ -25,8 +27,10 @@ class JavaScriptValue;
 class SyntaxHighlight
 {
 public:
-    // Created on first use, once; lives for the whole process.
+    // Created on first use, once; lives for the whole process. Its JavaScript context costs
+    // memory, so start-up only names the store it will read.
     static SyntaxHighlight& shared();
+    static void setSharedPreferences(const Preferences* preferences);
 
     SyntaxHighlight();
     ~SyntaxHighlight();
@@ -37,6 +41,9 @@ public:
     const Language& defaultLanguage() const { return m_defaultLanguage; }
     bool ignoreIllegals() const { return m_ignoreIllegals; }
     void setIgnoreIllegals(bool ignore) { m_ignoreIllegals = ignore; }
+
+    // The store whose "RestrictSyntaxHighlight" is read on every call; none means unrestricted.
+    void setPreferences(const Preferences* preferences);
 
     // Asked of the context on every call. With "RestrictSyntaxHighlight" on, only the common
     // languages built into the Highlight.js core are offered.
@@ -73,6 +80,7 @@ private:
     std::unique_ptr<JavaScriptValue> m_hljsHelperValue;
     Language m_defaultLanguage;
     bool m_ignoreIllegals = false;
+    QPointer<const Preferences> m_preferences;
     // The languages of the Highlight.js core alone, before the other grammars were added.
     QSet<QString> m_commonLanguages;
 };

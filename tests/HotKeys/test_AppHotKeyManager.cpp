@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "App/Preferences.h"
 #include "FakeHotKeyBackend.h"
 #include "FakeKeyboardLayoutSource.h"
 #include "HotKeys/AppHotKeyManager.h"
@@ -7,6 +6,7 @@
 #include "HotKeys/HotKeyManager.h"
 #include "HotKeys/KeyboardLayout.h"
 #include "Model/AppConfig.h"
+#include "Model/Preferences.h"
 #include "QuillonCommons/LogCapture.h"
 #include "common/TestEnvironment.h"
 
@@ -46,7 +46,7 @@ private slots:
             m_environment.makeFolder(QStringLiteral("support-%1").arg(++m_folderCount));
         Preferences::shared().setValue(QStringLiteral("CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
                                        folder);
-        AppConfig::resetForTesting();
+        AppConfig::setPreferences(&Preferences::shared());
         m_file = *AppConfig::applicationSupportDirectoryURL() + QStringLiteral("/HotKeys.json");
         QVERIFY(m_file.startsWith(folder));
 

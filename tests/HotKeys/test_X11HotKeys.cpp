@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Hot keys against a real X server (Xvfb), driven by xdotool and setxkbmap.
-#include "App/Preferences.h"
 #include "HotKeys/AppHotKeyManager.h"
 #include "HotKeys/HotKeyManager.h"
 #include "HotKeys/KeyboardLayout.h"
 #include "Model/AppConfig.h"
+#include "Model/Preferences.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/LogCapture.h"
 #include "common/TestEnvironment.h"
@@ -235,7 +235,7 @@ private slots:
         TestEnvironment environment;
         Preferences::shared().setValue("CUSTOM_APPLICATION_SUPPORT_DIRECTORY",
                                        environment.makeFolder("support"));
-        AppConfig::resetForTesting();
+        AppConfig::setPreferences(&Preferences::shared());
         QStringList pressed;
         {
             AppHotKeyManager manager;

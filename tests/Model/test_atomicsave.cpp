@@ -3,8 +3,8 @@
 // never a partial or empty file. The test binary doubles as the process that gets killed.
 #include "common/TestEnvironment.h"
 
-#include "App/Preferences.h"
 #include "Model/AppConfig.h"
+#include "Model/Preferences.h"
 #include "Model/ScriptsManager.h"
 
 #include <QDir>
@@ -22,6 +22,7 @@ int saveForever(const QString& dataFolder)
     Preferences::shared().setArguments({QStringLiteral("child"),
                                         QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"),
                                         dataFolder});
+    AppConfig::setPreferences(&Preferences::shared());
     ScriptList scripts;
     for (int i = 0; i < scriptCount; ++i)
         scripts << Script::create(QStringLiteral("script %1").arg(i),

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/TestEnvironment.h"
 
-#include "App/Preferences.h"
 #include "Model/AppConfig.h"
 #include "Model/AppFiles.h"
+#include "Model/Preferences.h"
 #include "Model/ScriptsManager.h"
 #include "QuillonCommons/LogCapture.h"
 
@@ -71,7 +71,7 @@ private slots:
         QDir(m_dataFolder).removeRecursively();
         Preferences::shared().setValue(Preferences::customApplicationSupportDirectoryKey(),
                                        m_dataFolder);
-        AppConfig::resetForTesting();
+        AppConfig::setPreferences(&Preferences::shared());
         m_libraryFile =
             m_dataFolder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json");
         AppFiles::setResourcesURLForTesting(QCoreApplication::applicationDirPath() +

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/TestEnvironment.h"
 
-#include "App/Preferences.h"
+#include "Model/Preferences.h"
 #include "QuillonCommons/LogCapture.h"
 #include "SyntaxHighlight/BuiltInThemes.h"
 #include "SyntaxHighlight/CompiledPattern.h"
@@ -132,6 +132,7 @@ private:
 void TestSyntaxHighlight::initTestCase()
 {
     m_highlight = std::make_unique<SyntaxHighlight>();
+    m_highlight->setPreferences(&Preferences::shared());
     m_default = builtInTheme(QStringLiteral("default"));
 }
 

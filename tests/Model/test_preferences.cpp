@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/TestEnvironment.h"
 
-#include "App/Preferences.h"
+#include "Model/Preferences.h"
 
 #include <QSignalSpy>
 #include <QTemporaryDir>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
-#include "App/Preferences.h"
+#include "Model/Preferences.h"
 
 #include <QStandardPaths>
 
