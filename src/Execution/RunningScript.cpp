@@ -57,5 +57,6 @@ void RunningScript::appendOutput(QByteArrayView chunk)
         return;
     }
     m_logs.resize(newSize);
+    emit logsAppended(QStringView(m_logs).sliced(oldSize));
     emit logsChanged(m_logs);
 }

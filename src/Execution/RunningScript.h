@@ -54,6 +54,9 @@ signals:
     // The whole text after every appended chunk, by reference. A subscriber that keeps a copy
     // makes the next append copy the whole log: keep the length seen last and read what follows.
     void logsChanged(const QString& logs);
+    // Just before logsChanged: only the text this chunk added, for views that append. Valid
+    // during the emission only.
+    void logsAppended(QStringView text);
     void terminated(const ScriptProcess::Termination& termination);
 
 private:
