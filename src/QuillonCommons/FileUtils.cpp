@@ -158,10 +158,12 @@ QString FileUtils::setAsideUnreadable(const QString& path)
         int error = 0;
         while (done < data.size() && error == 0) {
             const ssize_t n = ::write(fd, data.constData() + done, size_t(data.size() - done));
-            if (n < 0 && errno != EINTR)
-                error = errno;
-            else if (n > 0)
+            if (n > 0)
                 done += n;
+            else if (n == 0)
+                error = EIO;
+            else if (errno != EINTR)
+                error = errno;
         }
         if (error == 0 && ::fsync(fd) != 0)
             error = errno;
