@@ -336,14 +336,13 @@ void TQHotKeyField::assign()
     host->setScriptHotKeyInfos(std::nullopt);
     // Not a shortcut that silently does nothing: show that it did not take, and why.
     const QString shortcut = shortcutText(m_modifiers, m_key);
-    const bool typeable =
-        m_keyboardLayout && m_keyboardLayout->keyCodesMapping().contains(m_key);
-    QString refusal = typeable ? tr("%1 is already taken by another program. Click to record "
-                                    "another shortcut.")
-                                     .arg(shortcut)
-                               : tr("%1 cannot be used with the current keyboard layout. "
-                                    "Click to record another shortcut.")
-                                     .arg(shortcut);
+    const bool typeable = m_keyboardLayout && m_keyboardLayout->keyCodesMapping().contains(m_key);
+    const QString refusal = typeable ? tr("%1 is already taken by another program. Click to record "
+                                          "another shortcut.")
+                                           .arg(shortcut)
+                                     : tr("%1 cannot be used with the current keyboard layout. "
+                                          "Click to record another shortcut.")
+                                           .arg(shortcut);
     m_modifiers = 0;
     m_key.clear();
     m_refusal = refusal;
