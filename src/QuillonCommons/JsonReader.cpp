@@ -295,6 +295,16 @@ bool JsonReader::readString(QString& value)
     return scanString(nullptr, &value);
 }
 
+bool JsonReader::readNumber(QByteArrayView& text)
+{
+    skipWhitespace();
+    const char* start = m_p;
+    if (!skipNumber())
+        return false;
+    text = QByteArrayView(start, m_p - start);
+    return true;
+}
+
 bool JsonReader::skipLiteral(QByteArrayView literal)
 {
     if (m_end - m_p < literal.size() || QByteArrayView(m_p, literal.size()) != literal)

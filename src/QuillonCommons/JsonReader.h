@@ -46,6 +46,8 @@ public:
     bool readString(QString& value);
     bool readBoolean(bool& value);
     bool readNull();
+    // The number's text as written (numbers beyond a double's precision stay exact).
+    bool readNumber(QByteArrayView& text);
     bool skipValue();
     // True when only white space is left.
     bool atEnd();
