@@ -37,8 +37,8 @@ void warnOnce(const QString& message)
     AppLogger::warning(message);
 }
 
-// Our own folder inside the runtime folder: made private if new, and used only if it is a real
-// directory of ours.
+// A scratch place of our own (in the runtime or the cache folder): made private if new, and
+// used only if it is a real directory of ours, never through a link someone else planted.
 bool preparePrivateFolder(const QString& path)
 {
     const QByteArray native = QFile::encodeName(path);

@@ -49,8 +49,7 @@ bool isValidBeginning(QByteArrayView bytes)
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
     if (bytes.size() >= 2 && !isValidSecondByte(p[0], p[1]))
         return false;
-    return std::all_of(p + std::min<qsizetype>(2, bytes.size()), p + bytes.size(),
-                       isContinuation);
+    return std::all_of(p + std::min<qsizetype>(2, bytes.size()), p + bytes.size(), isContinuation);
 }
 
 } // namespace
@@ -76,8 +75,7 @@ bool Utf8Stream::append(QByteArrayView chunk, QByteArray& text)
     char completed[4];
     int completedSize = 0;
     if (m_heldSize > 0) {
-        const int missing =
-            sequenceLength(static_cast<unsigned char>(m_held[0])) - m_heldSize;
+        const int missing = sequenceLength(static_cast<unsigned char>(m_held[0])) - m_heldSize;
         const qsizetype taken = std::min<qsizetype>(missing, chunk.size());
         std::memcpy(m_held + m_heldSize, chunk.data(), size_t(taken));
         const QByteArrayView joined(m_held, m_heldSize + taken);
