@@ -116,8 +116,9 @@ int main(int argc, char** argv)
                 mib / pipe);
     std::printf("  brambleworth --run > /dev/null  %8.1f ms  %7.0f MiB/s\n", run * 1e3, mib / run);
     std::printf("  --run / cat through a pipe      %8.2fx (goal <= 2.5x)\n", run / pipe);
-    std::printf("  peak memory of brambleworth     %8.1f MiB (largest of the runs; goal < 30 MiB)\n",
-                *std::max_element(runPeaks.begin(), runPeaks.end()));
+    std::printf(
+        "  peak memory of brambleworth     %8.1f MiB (largest of the runs; goal < 30 MiB)\n",
+        *std::max_element(runPeaks.begin(), runPeaks.end()));
     std::printf("  every run succeeded             %s\n", succeeded ? "yes" : "NO");
     return succeeded ? 0 : 1;
 }
