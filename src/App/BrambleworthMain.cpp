@@ -6,6 +6,7 @@
 #include "Model/AppConfig.h"
 #include "Model/Preferences.h"
 #include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/ProcessLimits.h"
 #include "SyntaxHighlight/SyntaxHighlight.h"
 #include "platform/linux/OSLogger.h"
 
@@ -14,6 +15,7 @@
 int BrambleworthMain::run(int argc, char** argv)
 {
     AppLogger::setLoggerFactory(&OSLogger::makeSystemLogger);
+    ProcessLimits::raiseOpenFileLimit();
 
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("brambleworth"));

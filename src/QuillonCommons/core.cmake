@@ -24,10 +24,14 @@ target_sources(brambleworth_core PRIVATE
     QuillonCommons/NotificationCenter.h
     QuillonCommons/NotificationsObserver.cpp
     QuillonCommons/NotificationsObserver.h
+    QuillonCommons/ProcessLimits.cpp
+    QuillonCommons/ProcessLimits.h
     QuillonCommons/StopWatch.cpp
     QuillonCommons/StopWatch.h
     QuillonCommons/UnreadableFileKeeper.cpp
     QuillonCommons/UnreadableFileKeeper.h
     QuillonCommons/Utf8.cpp
     QuillonCommons/Utf8.h
+    QuillonCommons/Utf8Stream.cpp
+    QuillonCommons/Utf8Stream.h
 )
