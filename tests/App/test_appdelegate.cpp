@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QMenu>
 #include <QSignalSpy>
+#include <QSystemTrayIcon>
 
 // The application's launch order, its tray menu (exact items, rebuilt at each opening), and
 // scripts started from the menu, from hot keys and for other processes.
@@ -317,6 +318,33 @@ private slots:
         QVERIFY(m_delegate->trigger(QStringLiteral("Twin"))->contains(QStringLiteral("2 scripts")));
         QVERIFY(m_delegate->trigger(QStringLiteral("None"))->contains(QStringLiteral("None")));
         QCOMPARE(m_delegate->executor().runningScripts().size(), 2);
+    }
+
+    void statusItemKeepsItsLiveIconAcrossHideAndShow()
+    {
+        StatusItem item;
+        QCOMPARE(item.behavior(), 0);
+        item.removeAllowed = true;
+        item.quitApplicationOnRemove = true;
+        QCOMPARE(item.behavior(), StatusItem::removalAllowed | StatusItem::terminationOnRemoval);
+        QCOMPARE(item.behavior(), 6);
+
+        QVERIFY(!item.statusItem());
+        QMenu menu;
+        item.menu = &menu;
+        item.title = QStringLiteral("Brambleworth");
+        item.show();
+        QSystemTrayIcon* live = item.statusItem();
+        QVERIFY(live);
+        QCOMPARE(live->contextMenu(), &menu);
+        QCOMPARE(live->toolTip(), QStringLiteral("Brambleworth"));
+        item.hide();
+        QVERIFY(!live->isVisible());
+        item.show();
+        QCOMPARE(item.statusItem(), live);
+        QVERIFY(live->isVisible());
+        item.remove();
+        QVERIFY(!item.statusItem());
     }
 
     void quittingSavesTheLibraryAndLeavesRunsAlone()
