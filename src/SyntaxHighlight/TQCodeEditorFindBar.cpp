@@ -34,8 +34,9 @@ QToolButton* makeButton(QWidget* parent, const QString& objectName, const QStrin
 TQCodeEditorFindBar::TQCodeEditorFindBar(QWidget* parent)
     : QWidget(parent), m_field((initEditorIcons(), new QLineEdit(this))),
       m_previousButton(makeButton(this, QStringLiteral("findPreviousButton"),
-                                  QStringLiteral("go-up"), QStringLiteral(":/editor/icons/go-up.svg"),
-                                  tr("Previous"), tr("Find the previous match (Shift+F3)"))),
+                                  QStringLiteral("go-up"),
+                                  QStringLiteral(":/editor/icons/go-up.svg"), tr("Previous"),
+                                  tr("Find the previous match (Shift+F3)"))),
       m_nextButton(makeButton(this, QStringLiteral("findNextButton"), QStringLiteral("go-down"),
                               QStringLiteral(":/editor/icons/go-down.svg"), tr("Next"),
                               tr("Find the next match (F3)"))),
@@ -81,9 +82,9 @@ void TQCodeEditorFindBar::setFound(bool found)
     QPalette palette = this->palette();
     if (!found) {
         const QColor base = palette.color(QPalette::Base);
-        palette.setColor(QPalette::Base, QColor::fromRgbF(base.redF() * 0.6f + 0.4f,
-                                                          base.greenF() * 0.6f,
-                                                          base.blueF() * 0.6f));
+        palette.setColor(
+            QPalette::Base,
+            QColor::fromRgbF(base.redF() * 0.6f + 0.4f, base.greenF() * 0.6f, base.blueF() * 0.6f));
     }
     m_field->setPalette(palette);
 }

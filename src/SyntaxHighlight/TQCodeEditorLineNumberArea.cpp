@@ -50,6 +50,7 @@ void TQCodeEditorLineNumberArea::paintEvent(QPaintEvent* event)
         font.setBold(block.blockNumber() == current && !m_editor->isReadOnly());
         painter.setFont(font);
         painter.drawText(QRectF(0, rect.top(), width() - spacing, height),
-                         Qt::AlignRight | Qt::AlignVCenter, QString::number(block.blockNumber() + 1));
+                         Qt::AlignRight | Qt::AlignVCenter,
+                         QString::number(block.blockNumber() + 1));
     });
 }

@@ -41,7 +41,7 @@ struct TQCodeEditorSyntaxtHighlighter::BlockRuns : public QTextBlockUserData
 
 TQCodeEditorSyntaxtHighlighter::TQCodeEditorSyntaxtHighlighter(QPlainTextEdit* textView,
                                                                QObject* parent)
-    : QObject(parent), m_textView(textView), m_syntaxHighlither(std::make_unique<SyntaxHighlight>())
+    : QObject(parent), m_textView(textView)
 {
     if (m_textView) {
         QTextDocument* document = m_textView->document();
@@ -62,6 +62,13 @@ TQCodeEditorSyntaxtHighlighter::TQCodeEditorSyntaxtHighlighter(QPlainTextEdit* t
 }
 
 TQCodeEditorSyntaxtHighlighter::~TQCodeEditorSyntaxtHighlighter() = default;
+
+SyntaxHighlight& TQCodeEditorSyntaxtHighlighter::syntaxHighlither()
+{
+    if (!m_syntaxHighlither)
+        m_syntaxHighlither = std::make_unique<SyntaxHighlight>();
+    return *m_syntaxHighlither;
+}
 
 ThemeAttributes TQCodeEditorSyntaxtHighlighter::fallbackTheme()
 {
@@ -140,7 +147,7 @@ void TQCodeEditorSyntaxtHighlighter::highlight()
 
     const QString text = m_textView->toPlainText();
     const QList<HighlightRange> ranges =
-        m_syntaxHighlither->highlightRanges(text, m_language, m_themeAttributes);
+        syntaxHighlither().highlightRanges(text, m_language, m_themeAttributes);
     if (ranges.isEmpty())
         return;
 

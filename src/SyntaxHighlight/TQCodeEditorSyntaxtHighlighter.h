@@ -43,7 +43,9 @@ public:
     const QString& themeName() const { return m_themeName; }
     void setThemeName(const QString& themeName) { m_themeName = themeName; }
     const ThemeAttributes& themeAttributes() const { return m_themeAttributes; }
-    SyntaxHighlight& syntaxHighlither() { return *m_syntaxHighlither; }
+    // This highlighter's own engine. Its JavaScript context is made on first use: a view that
+    // never highlights (a log) never pays for one.
+    SyntaxHighlight& syntaxHighlither();
 
     // Looks `themeName` up among the built-in themes; an unknown name or a theme that does not
     // decode is logged and gives the fallback theme.

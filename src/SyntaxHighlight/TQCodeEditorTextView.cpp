@@ -71,7 +71,11 @@ TQCodeEditorTextView::TQCodeEditorTextView(QWidget* parent)
     applyColors();
 }
 
-TQCodeEditorTextView::~TQCodeEditorTextView() = default;
+TQCodeEditorTextView::~TQCodeEditorTextView()
+{
+    // Before the base class takes the document down, so no late text change reaches it.
+    delete m_syntaxtHilighter;
+}
 
 QFont TQCodeEditorTextView::editorFont()
 {

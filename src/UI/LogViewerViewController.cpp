@@ -6,6 +6,7 @@
 
 #include "ui_LogViewerView.h"
 
+#include <QElapsedTimer>
 #include <QLabel>
 #include <QLocale>
 #include <QPushButton>
@@ -16,9 +17,12 @@ namespace {
 
 // One frame: chunks arriving faster than this are shown together.
 constexpr int flushIntervalMs = 16;
-// The most text one frame appends. A burst larger than this is shown over several frames, so
-// the event loop keeps answering the user while a script floods its output.
-constexpr qsizetype flushBudget = 512 * 1024;
+// How much text one frame appends adapts to what the last append cost, so that a flood of
+// output is shown over several frames and the event loop keeps answering the user.
+constexpr qsizetype smallestBudget = 16 * 1024;
+constexpr qsizetype largestBudget = 1024 * 1024;
+constexpr qint64 slowFlushNs = 30'000'000;
+constexpr qint64 fastFlushNs = 8'000'000;
 
 } // namespace
 
@@ -58,6 +62,9 @@ void LogViewerViewController::viewDidLoad()
     // Nobody edits a log: an undo stack would only keep a second copy of the output.
     m_codeEditorView->setUndoRedoEnabled(false);
     m_codeEditorView->setShowsLineNumbers(false);
+    // A wrapped line is laid out again whole each time output extends it; a script printing
+    // megabyte lines would stall the program for seconds. Logs scroll sideways instead.
+    m_codeEditorView->setLineWrapMode(QPlainTextEdit::NoWrap);
 
     if (m_runningScript) {
         m_codeEditorView->setString(m_runningScript->logs());
@@ -125,7 +132,9 @@ void LogViewerViewController::flushOutput()
     const QStringView rest = QStringView(m_pendingOutput).sliced(m_pendingOffset);
     if (rest.isEmpty())
         return;
-    qsizetype length = std::min(rest.size(), flushBudget);
+    QElapsedTimer clock;
+    clock.start();
+    qsizetype length = std::min(rest.size(), m_flushBudget);
     // Never split a surrogate pair between two frames.
     if (length < rest.size() && rest.at(length - 1).isHighSurrogate())
         --length;
@@ -156,6 +165,12 @@ void LogViewerViewController::flushOutput()
         m_codeEditorView->setTextCursor(current);
     }
     scrollBar->setValue(following ? scrollBar->maximum() : scrollValue);
+
+    const qint64 cost = clock.nsecsElapsed();
+    if (cost > slowFlushNs)
+        m_flushBudget = std::max(smallestBudget, m_flushBudget / 2);
+    else if (cost < fastFlushNs && length == m_flushBudget)
+        m_flushBudget = std::min(largestBudget, m_flushBudget * 2);
 }
 
 bool LogViewerViewController::hasPendingOutput() const

@@ -20,18 +20,17 @@
 
 namespace {
 
-const QString bashScript = QStringLiteral(
-    "#!/bin/bash\n"
-    "# Back up the home folder, keeping seven days.\n"
-    "set -euo pipefail\n"
-    "target=\"/mnt/backup/$(date +%F)\"\n"
-    "if [ ! -d \"$target\" ]; then\n"
-    "    mkdir -p \"$target\"\n"
-    "fi\n"
-    "for day in 1 2 3; do\n"
-    "    echo \"pass $day of 3\" >&2\n"
-    "done\n"
-    "rsync -a --delete ~/ \"$target\" && echo 'done'\n");
+const QString bashScript = QStringLiteral("#!/bin/bash\n"
+                                          "# Back up the home folder, keeping seven days.\n"
+                                          "set -euo pipefail\n"
+                                          "target=\"/mnt/backup/$(date +%F)\"\n"
+                                          "if [ ! -d \"$target\" ]; then\n"
+                                          "    mkdir -p \"$target\"\n"
+                                          "fi\n"
+                                          "for day in 1 2 3; do\n"
+                                          "    echo \"pass $day of 3\" >&2\n"
+                                          "done\n"
+                                          "rsync -a --delete ~/ \"$target\" && echo 'done'\n");
 
 // What a character is drawn in: its format's colour, else the view's text colour.
 QColor drawnColor(const TQCodeEditorTextView& view, int position)
@@ -128,8 +127,7 @@ void TestCodeEditor::themes()
     QVERIFY(QTest::qWaitForWindowExposed(&view));
 
     QCOMPARE(view.palette().color(QPalette::Base), themeColor(attributes.backgroundColor));
-    QCOMPARE(view.palette().color(QPalette::Text),
-             themeColor(attributes.defaultAttributes.color));
+    QCOMPARE(view.palette().color(QPalette::Text), themeColor(attributes.defaultAttributes.color));
     const int comment = bashScript.indexOf(QStringLiteral("# Back"));
     QCOMPARE(drawnColor(view, comment + 3), themeColor(attributes.comment->color));
     QVERIFY(GuiTestSupport::saveScreenshot(&view, QStringLiteral("editor-bash-") + theme));
@@ -143,7 +141,8 @@ void TestCodeEditor::unknownTheme()
     view.setThemeName(QStringLiteral("no-such-theme"));
     const QStringList errors = capture.messages(LogLevel::error);
     QCOMPARE(errors.size(), 1);
-    QVERIFY2(errors.first().startsWith(QStringLiteral("subscript(_:):")), qPrintable(errors.first()));
+    QVERIFY2(errors.first().startsWith(QStringLiteral("subscript(_:):")),
+             qPrintable(errors.first()));
 
     QCOMPARE(view.syntaxtHilighter()->themeAttributes(),
              TQCodeEditorSyntaxtHighlighter::fallbackTheme());
@@ -267,9 +266,12 @@ void TestCodeEditor::pastesPlainTextOnly_data()
 {
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("inserted");
-    QTest::newRow("rich text") << "html" << "bold words";
-    QTest::newRow("image") << "image" << "";
-    QTest::newRow("files") << "urls" << "/tmp/a.sh";
+    QTest::newRow("rich text") << "html"
+                               << "bold words";
+    QTest::newRow("image") << "image"
+                           << "";
+    QTest::newRow("files") << "urls"
+                           << "/tmp/a.sh";
 }
 
 void TestCodeEditor::pastesPlainTextOnly()

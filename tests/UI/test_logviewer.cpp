@@ -24,8 +24,7 @@ RunningScriptPtr start(ScriptExecutorManager& executor, const QString& body)
 
 QString startText(const RunningScriptPtr& run)
 {
-    return QStringLiteral("Start at ") +
-           QLocale().toString(run->startDate(), QLocale::ShortFormat);
+    return QStringLiteral("Start at ") + QLocale().toString(run->startDate(), QLocale::ShortFormat);
 }
 
 } // namespace
@@ -81,7 +80,8 @@ void TestLogViewer::setUp()
     QCOMPARE(viewer.updateTimer()->interval(), 1000);
 
     // The button's action does nothing: stopping is the main window's.
-    executor.startExecution(Script::create(QStringLiteral("s"), QStringLiteral("#!/bin/sh\n"), false));
+    executor.startExecution(
+        Script::create(QStringLiteral("s"), QStringLiteral("#!/bin/sh\n"), false));
     const int runs = int(executor.runningScripts().size());
     viewer.stopButton()->click();
     QCOMPARE(int(executor.runningScripts().size()), runs);
@@ -192,9 +192,8 @@ void TestLogViewer::largeBurstArrivesWhole()
     ScriptExecutorManager executor;
     // More than one frame's worth, in lines of every length, with multi-byte characters.
     const RunningScriptPtr run = start(
-        executor,
-        QStringLiteral("i=0; while [ $i -lt 4000 ]; do "
-                       "printf 'ünïcödé %0*d\\n' $((i % 700)) $i; i=$((i+1)); done\n"));
+        executor, QStringLiteral("i=0; while [ $i -lt 4000 ]; do "
+                                 "printf 'ünïcödé %0*d\\n' $((i % 700)) $i; i=$((i+1)); done\n"));
     LogViewerViewController viewer(run, &executor);
     QTRY_VERIFY_WITH_TIMEOUT(!run->isRunning(), 20000);
     QTRY_VERIFY(!viewer.hasPendingOutput());
