@@ -6,7 +6,6 @@
 
 #include "ui_LogViewerView.h"
 
-#include <QElapsedTimer>
 #include <QLabel>
 #include <QLocale>
 #include <QPushButton>
@@ -17,12 +16,10 @@ namespace {
 
 // One frame: chunks arriving faster than this are shown together.
 constexpr int flushIntervalMs = 16;
-// How much text one frame appends adapts to what the last append cost, so that a flood of
-// output is shown over several frames and the event loop keeps answering the user.
-constexpr qsizetype smallestBudget = 16 * 1024;
-constexpr qsizetype largestBudget = 1024 * 1024;
-constexpr qint64 slowFlushNs = 30'000'000;
-constexpr qint64 fastFlushNs = 8'000'000;
+// The most text one frame appends. A burst larger than this is shown over several frames, so
+// the event loop keeps answering the user while a script floods its output. Smaller shares
+// cost more in the end: each one lays the last, growing line out again.
+constexpr qsizetype flushBudget = 512 * 1024;
 
 } // namespace
 
@@ -132,9 +129,7 @@ void LogViewerViewController::flushOutput()
     const QStringView rest = QStringView(m_pendingOutput).sliced(m_pendingOffset);
     if (rest.isEmpty())
         return;
-    QElapsedTimer clock;
-    clock.start();
-    qsizetype length = std::min(rest.size(), m_flushBudget);
+    qsizetype length = std::min(rest.size(), flushBudget);
     // Never split a surrogate pair between two frames.
     if (length < rest.size() && rest.at(length - 1).isHighSurrogate())
         --length;
@@ -165,12 +160,6 @@ void LogViewerViewController::flushOutput()
         m_codeEditorView->setTextCursor(current);
     }
     scrollBar->setValue(following ? scrollBar->maximum() : scrollValue);
-
-    const qint64 cost = clock.nsecsElapsed();
-    if (cost > slowFlushNs)
-        m_flushBudget = std::max(smallestBudget, m_flushBudget / 2);
-    else if (cost < fastFlushNs && length == m_flushBudget)
-        m_flushBudget = std::min(largestBudget, m_flushBudget * 2);
 }
 
 bool LogViewerViewController::hasPendingOutput() const

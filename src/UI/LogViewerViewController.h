@@ -77,7 +77,6 @@ private:
     // Output that arrived since the last frame.
     QString m_pendingOutput;
     qsizetype m_pendingOffset = 0;
-    qsizetype m_flushBudget = 256 * 1024;
     QTimer m_flushTimer;
     std::function<QDateTime()> m_now = [] {
         return QDateTime::currentDateTime();
