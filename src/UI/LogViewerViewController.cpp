@@ -69,6 +69,8 @@ void LogViewerViewController::viewDidLoad()
                                     &LogViewerViewController::outputAppended);
     }
 
+    // A quiet line above the log, in the secondary text colour of the user's palette.
+    m_runningFromLabel->setForegroundRole(QPalette::PlaceholderText);
     m_runningFromLabel->setText(QString());
     updateLabel();
     m_stopButton->hide();
