@@ -63,9 +63,8 @@ void keystrokes(int lines, int runs)
     const ThemeAttributes theme = *BuiltInThemes::theme(QStringLiteral("default"));
     const QString current = view->toPlainText();
     engine.highlightRanges(current, QStringLiteral("bash"), theme);
-    const std::vector<double> ranges = bench::timeRuns(runs, [&] {
-        engine.highlightRanges(current, QStringLiteral("bash"), theme);
-    });
+    const std::vector<double> ranges = bench::timeRuns(
+        runs, [&] { engine.highlightRanges(current, QStringLiteral("bash"), theme); });
 
     char what[96];
     std::snprintf(what, sizeof what, "keystroke to repaint, %d lines", lines);
