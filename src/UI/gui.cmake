@@ -1,7 +1,11 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
+# Windows and panes.
 target_sources(brambleworth_gui PRIVATE
     UI/DetailPane.cpp
     UI/DetailPane.h
+    UI/LogViewerView.ui
+    UI/LogViewerViewController.cpp
+    UI/LogViewerViewController.h
     UI/MainWindow.cpp
     UI/MainStoryboard.ui
     UI/MainWindow.h
