@@ -5,3 +5,9 @@ target_sources(brambleworth_gui PRIVATE
     App/CommandLineFront.cpp
     App/CommandLineFront.h
 )
+# The update checker.
+target_sources(brambleworth_gui PRIVATE
+    App/UpdaterController.cpp
+    App/UpdaterController.h
+)
+target_link_libraries(brambleworth_gui PUBLIC Qt6::Network)
