@@ -5,8 +5,10 @@ target_sources(brambleworth_gui PRIVATE
     App/CommandLineFront.cpp
     App/CommandLineFront.h
 )
-# The update checker.
+# About, feedback mail, login-item settings and the update checker.
 target_sources(brambleworth_gui PRIVATE
+    App/AppActions.cpp
+    App/AppActions.h
     App/UpdaterController.cpp
     App/UpdaterController.h
 )
