@@ -60,13 +60,13 @@ QIcon AppActions::littleImage()
     QIcon icon = QIcon::fromTheme(id);
     if (!icon.isNull())
         return icon;
-    // A build tree has no installed icon theme entry; its data folder has the files.
-    const QString installed = AppFiles::resourcesURL().value_or(QString());
-    for (const QString& candidate :
-         {installed + QStringLiteral("/icons/hicolor/scalable/apps/") + id + QStringLiteral(".svg"),
-          installed + QStringLiteral("/icons/") + id + QStringLiteral(".svg")}) {
-        if (QFileInfo::exists(candidate))
-            return QIcon(candidate);
+    // Installed under a prefix the icon theme does not search (/opt, ~/.local): the file
+    // sits beside the program's data, in share/icons.
+    if (const auto data = AppFiles::resourcesURL()) {
+        const QString beside = *data + QStringLiteral("/../icons/hicolor/scalable/apps/") + id +
+                               QStringLiteral(".svg");
+        if (QFileInfo::exists(beside))
+            return QIcon(beside);
     }
     return QIcon::fromTheme(QStringLiteral("utilities-terminal"),
                             QIcon(QStringLiteral(":/brambleworth/icons/little.svg")));
@@ -89,13 +89,12 @@ void AppActions::showAbout(QWidget* parent)
         box->setText(QStringLiteral("<h3>Brambleworth</h3><p>%1 %2</p>")
                          .arg(QCoreApplication::translate("AppActions", "Version"),
                               QStringLiteral(BRAMBLEWORTH_VERSION)));
-        box->setInformativeText(
-            QCoreApplication::translate(
-                "AppActions",
-                "Your small scripts, one click or one key away.<br><br>"
-                "This program is free software: you can redistribute it and/or modify it under "
-                "the terms of the GNU General Public License, version 3 or later.<br>"
-                "<a href=\"https://www.gnu.org/licenses/gpl-3.0.html\">GPL-3.0-or-later</a>"));
+        box->setInformativeText(QCoreApplication::translate(
+            "AppActions",
+            "Your small scripts, one click or one key away.<br><br>"
+            "This program is free software: you can redistribute it and/or modify it under "
+            "the terms of the GNU General Public License, version 3 or later.<br>"
+            "<a href=\"https://www.gnu.org/licenses/gpl-3.0.html\">GPL-3.0-or-later</a>"));
         box->setTextInteractionFlags(Qt::TextBrowserInteraction);
         box->setStandardButtons(QMessageBox::Close);
         g_aboutBox = box;
@@ -108,10 +107,12 @@ void AppActions::showAbout(QWidget* parent)
 QList<QStringList> AppActions::loginItemsSettingsCommands(const QString& currentDesktop)
 {
     QList<QStringList> commands;
-    const QStringList desktops = currentDesktop.toUpper().split(QLatin1Char(':'), Qt::SkipEmptyParts);
+    const QStringList desktops =
+        currentDesktop.toUpper().split(QLatin1Char(':'), Qt::SkipEmptyParts);
     for (const QString& desktop : desktops) {
         if (desktop == QLatin1String("KDE")) {
-            commands << QStringList{QStringLiteral("systemsettings"), QStringLiteral("kcm_autostart")}
+            commands << QStringList{QStringLiteral("systemsettings"),
+                                    QStringLiteral("kcm_autostart")}
                      << QStringList{QStringLiteral("kcmshell6"), QStringLiteral("kcm_autostart")}
                      << QStringList{QStringLiteral("kcmshell5"), QStringLiteral("autostart")};
         } else if (desktop == QLatin1String("GNOME") || desktop == QLatin1String("UNITY") ||
@@ -122,8 +123,7 @@ QList<QStringList> AppActions::loginItemsSettingsCommands(const QString& current
             commands << QStringList{QStringLiteral("xfce4-session-settings")};
         } else if (desktop == QLatin1String("MATE")) {
             commands << QStringList{QStringLiteral("mate-session-properties")};
-        } else if (desktop == QLatin1String("X-CINNAMON") ||
-                   desktop == QLatin1String("CINNAMON")) {
+        } else if (desktop == QLatin1String("X-CINNAMON") || desktop == QLatin1String("CINNAMON")) {
             commands << QStringList{QStringLiteral("cinnamon-session-properties")};
         } else if (desktop == QLatin1String("LXQT")) {
             commands << QStringList{QStringLiteral("lxqt-config-session")};
@@ -142,7 +142,8 @@ bool AppActions::openLoginItemsSettings(const QString& currentDesktop,
         const QString program = find(command.first());
         if (program.isEmpty())
             continue;
-        AppLogger::debug(QStringLiteral("Open login items settings: ") + command.join(QLatin1Char(' ')));
+        AppLogger::debug(QStringLiteral("Open login items settings: ") +
+                         command.join(QLatin1Char(' ')));
         if (QProcess::startDetached(program, command.mid(1)))
             return true;
     }

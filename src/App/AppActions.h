@@ -36,7 +36,7 @@ public:
     static QList<QStringList> loginItemsSettingsCommands(const QString& currentDesktop);
     // Starts the desktop's autostart settings, else opens the autostart folder in the file
     // manager. `findProgram` answers a program's path or nothing (tests replace it).
-    static bool openLoginItemsSettings(
-        const QString& currentDesktop,
-        const std::function<QString(const QString&)>& findProgram = {});
+    static bool
+    openLoginItemsSettings(const QString& currentDesktop,
+                           const std::function<QString(const QString&)>& findProgram = {});
 };

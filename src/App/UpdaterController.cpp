@@ -90,8 +90,8 @@ void UpdaterController::setAutomaticallyChecksForUpdates(bool on)
 {
     if (!m_preferences)
         return;
-    const bool was = m_preferences->contains(automaticChecksKey()) &&
-                     automaticallyChecksForUpdates();
+    const bool was =
+        m_preferences->contains(automaticChecksKey()) && automaticallyChecksForUpdates();
     m_preferences->setValue(automaticChecksKey(), on);
     if (on && !m_schedule.isActive() && m_started)
         m_schedule.start();
@@ -241,9 +241,9 @@ void UpdaterController::showUpdate(const AppcastItem& item)
     box->setWindowTitle(tr("Software Update"));
     box->setIcon(QMessageBox::Information);
     box->setText(tr("A new version of Brambleworth is available!"));
-    QString informative = tr("Brambleworth %1 is now available—you have %2.")
-                              .arg(item.displayVersionString().toHtmlEscaped(),
-                                   m_currentVersion.toHtmlEscaped());
+    QString informative =
+        tr("Brambleworth %1 is now available—you have %2.")
+            .arg(item.displayVersionString().toHtmlEscaped(), m_currentVersion.toHtmlEscaped());
     if (item.releaseNotesURL.isValid() && !item.releaseNotesURL.isEmpty())
         informative += QStringLiteral("<br><a href=\"%1\">%2</a>")
                            .arg(item.releaseNotesURL.toString(QUrl::FullyEncoded).toHtmlEscaped(),

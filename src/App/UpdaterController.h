@@ -42,9 +42,8 @@ public:
 
     // The updater of a build with a non-empty feed URL, started, with automatic checks on; for
     // an empty one, nothing (logged).
-    static std::unique_ptr<UpdaterController> makeIfConfigured(const QString& feedURL,
-                                                               Preferences* preferences,
-                                                               QObject* parent = nullptr);
+    static std::unique_ptr<UpdaterController>
+    makeIfConfigured(const QString& feedURL, Preferences* preferences, QObject* parent = nullptr);
 
     static QString automaticChecksKey();
     static QString lastCheckTimeKey();

@@ -35,8 +35,7 @@ bool keyIsFalse(const QByteArray& text, const QByteArray& key, bool falseMeans)
 AutoLaunch::AutoLaunch(QString applicationId, QString programPath, QString displayName)
     : m_applicationId(std::move(applicationId)), m_programPath(std::move(programPath)),
       m_displayName(std::move(displayName))
-{
-}
+{}
 
 AutoLaunch::~AutoLaunch() = default;
 
@@ -73,8 +72,8 @@ QString AutoLaunch::execArgument(const QString& path)
     static const QString reserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
     QString argument = path;
     argument.replace(QLatin1Char('%'), QStringLiteral("%%"));
-    const bool needsQuotes =
-        std::any_of(argument.cbegin(), argument.cend(), [](QChar c) { return reserved.contains(c); });
+    const bool needsQuotes = std::any_of(argument.cbegin(), argument.cend(),
+                                         [](QChar c) { return reserved.contains(c); });
     if (!needsQuotes)
         return argument;
     QString quoted;

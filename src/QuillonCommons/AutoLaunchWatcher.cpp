@@ -8,8 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 
-AutoLaunchWatcher::AutoLaunchWatcher(QString entryPath, NotificationCenter* center,
-                                     QObject* parent)
+AutoLaunchWatcher::AutoLaunchWatcher(QString entryPath, NotificationCenter* center, QObject* parent)
     : QObject(parent), m_entryPath(std::move(entryPath)), m_center(center)
 {
     m_state = currentState();

@@ -16,9 +16,9 @@ GeneralPreferences::GeneralPreferences(Preferences* preferences, AutoLaunch* aut
     : PreferencesPaneViewController(parent), m_preferences(preferences), m_autoLaunch(autoLaunch)
 {
     setObjectName(QStringLiteral("GeneralPreferences"));
-    m_launchAtStartupCheckBox = addCheckBox(
-        QStringLiteral("launchAtStartupCheckBox"), tr("&Start Brambleworth at login"),
-        tr("Brambleworth waits in the system tray from the moment you log in."));
+    m_launchAtStartupCheckBox =
+        addCheckBox(QStringLiteral("launchAtStartupCheckBox"), tr("&Start Brambleworth at login"),
+                    tr("Brambleworth waits in the system tray from the moment you log in."));
     bind(m_launchAtStartupCheckBox, preferences,
          Preferences::key(Preferences::Identifier::launchAtStartup));
     connect(m_launchAtStartupCheckBox, &QCheckBox::clicked, this,
@@ -27,8 +27,7 @@ GeneralPreferences::GeneralPreferences(Preferences* preferences, AutoLaunch* aut
     m_openSystemSettingsButton = new QPushButton(tr("Open System Settings"), this);
     m_openSystemSettingsButton->setObjectName(QStringLiteral("openSystemSettingsButton"));
     m_openSystemSettingsButton->setAccessibleName(tr("Open System Settings"));
-    m_openSystemSettingsButton->setToolTip(
-        tr("The desktop's list of programs started at login"));
+    m_openSystemSettingsButton->setToolTip(tr("The desktop's list of programs started at login"));
     auto* row = new QHBoxLayout;
     row->addWidget(m_openSystemSettingsButton);
     row->addStretch();

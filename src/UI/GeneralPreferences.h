@@ -16,8 +16,7 @@ class GeneralPreferences : public PreferencesPaneViewController
 {
     Q_OBJECT
 public:
-    GeneralPreferences(Preferences* preferences, AutoLaunch* autoLaunch,
-                       QWidget* parent = nullptr);
+    GeneralPreferences(Preferences* preferences, AutoLaunch* autoLaunch, QWidget* parent = nullptr);
 
     QString toolbarItemIdentifier() const override;
     QString toolbarItemLabel() const override;

@@ -83,11 +83,12 @@ void PreferencesPaneViewController::bind(QCheckBox* checkBox, Preferences* prefe
         if (store && store->boolean(key) != on)
             store->setValue(key, on);
     });
-    connect(preferences, &Preferences::valueChanged, checkBox, [checkBox, store, key](const QString& changed) {
-        if (changed != key || !store)
-            return;
-        // Written elsewhere: show it without sending the box's own signals round again.
-        const QSignalBlocker blocker(checkBox);
-        checkBox->setChecked(store->boolean(key));
-    });
+    connect(preferences, &Preferences::valueChanged, checkBox,
+            [checkBox, store, key](const QString& changed) {
+                if (changed != key || !store)
+                    return;
+                // Written elsewhere: show it without sending the box's own signals round again.
+                const QSignalBlocker blocker(checkBox);
+                checkBox->setChecked(store->boolean(key));
+            });
 }

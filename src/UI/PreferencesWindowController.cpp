@@ -32,8 +32,8 @@ PreferencesWindowController::PreferencesWindowController(
     m_window->setCentralWidget(m_stack);
     m_window->resize(m_window->sizeHint().expandedTo(contentSize));
 
-    const QString frame = preferences ? preferences->string(PreferencesWindow::frameKey())
-                                      : QString();
+    const QString frame =
+        preferences ? preferences->string(PreferencesWindow::frameKey()) : QString();
     if (frame.isEmpty() || !m_window->restoreFrame(frame)) {
         if (const QScreen* screen = QGuiApplication::primaryScreen())
             m_window->move(screen->availableGeometry().center() - m_window->rect().center());
@@ -92,7 +92,8 @@ void PreferencesWindowController::buildToolbar()
     }
     // Alt+1…4 reach the sections from the keyboard, as tabs do elsewhere.
     for (qsizetype i = 0; i < m_toolbarItems.size() && i < 9; ++i)
-        m_toolbarItems.at(i).toolbarItem->setShortcut(QKeySequence(Qt::ALT | Qt::Key(Qt::Key_1 + i)));
+        m_toolbarItems.at(i).toolbarItem->setShortcut(
+            QKeySequence(Qt::ALT | Qt::Key(Qt::Key_1 + i)));
     connect(m_toolbar, &QToolBar::actionTriggered, this,
             &PreferencesWindowController::preferenceToolbarItemSelected);
     m_window->addToolBar(Qt::TopToolBarArea, m_toolbar);

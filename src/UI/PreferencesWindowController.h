@@ -21,7 +21,6 @@ class SyntaxHighlight;
 class UpdaterController;
 class QStackedWidget;
 
-
 // Owns the preferences window and switches its panes from a toolbar of selectable items.
 // Made once, on the first request for settings, and kept: closing the window only hides it.
 class PreferencesWindowController : public QObject

@@ -15,10 +15,9 @@ ScriptsPreferences::ScriptsPreferences(Preferences* preferences, ScriptsManager*
       m_scriptsManager(scriptsManager)
 {
     setObjectName(QStringLiteral("ScriptsPreferences"));
-    m_includeBuiltInScriptsCheckBox =
-        addCheckBox(QStringLiteral("includeBuiltInScriptsCheckBox"),
-                    tr("&Include the built-in scripts"),
-                    tr("Example scripts that come with Brambleworth, listed before your own."));
+    m_includeBuiltInScriptsCheckBox = addCheckBox(
+        QStringLiteral("includeBuiltInScriptsCheckBox"), tr("&Include the built-in scripts"),
+        tr("Example scripts that come with Brambleworth, listed before your own."));
     bind(m_includeBuiltInScriptsCheckBox, preferences,
          Preferences::key(Preferences::Identifier::includeBuiltInScripts));
     connect(m_includeBuiltInScriptsCheckBox, &QCheckBox::clicked, this,

@@ -28,8 +28,7 @@ QString themeKey()
 SyntaxHighlightPreferences::SyntaxHighlightPreferences(Preferences* preferences,
                                                        const SyntaxHighlight* highlighter,
                                                        QWidget* parent)
-    : PreferencesPaneViewController(parent), m_preferences(preferences),
-      m_highlighter(highlighter)
+    : PreferencesPaneViewController(parent), m_preferences(preferences), m_highlighter(highlighter)
 {
     setObjectName(QStringLiteral("SyntaxHighlightPreferences"));
 
@@ -68,10 +67,9 @@ SyntaxHighlightPreferences::SyntaxHighlightPreferences(Preferences* preferences,
                     tr("&Highlight the syntax of scripts"), QString());
     bind(m_useSyntaxtHighlightingCheckBox, preferences,
          Preferences::key(Preferences::Identifier::useSyntaxtHighlighting));
-    m_restrictSyntaxHighlightCheckBox =
-        addCheckBox(QStringLiteral("restrictSyntaxHighlightCheckBox"),
-                    tr("&Offer only the common languages"),
-                    tr("A shorter language list in the editor; faster on large scripts."));
+    m_restrictSyntaxHighlightCheckBox = addCheckBox(
+        QStringLiteral("restrictSyntaxHighlightCheckBox"), tr("&Offer only the common languages"),
+        tr("A shorter language list in the editor; faster on large scripts."));
     bind(m_restrictSyntaxHighlightCheckBox, preferences,
          Preferences::key(Preferences::Identifier::restrictSyntaxHighlight));
     form()->addStretch();

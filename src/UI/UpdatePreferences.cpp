@@ -25,10 +25,9 @@ UpdatePreferences::UpdatePreferences(Preferences* preferences, UpdaterController
         notice->setFont(font());
     }
 
-    m_checkUpdatesAutomaticallyCheckBox =
-        addCheckBox(QStringLiteral("checkUpdatesAutomaticallyCheckBox"),
-                    tr("&Automatically check for updates"),
-                    tr("Looks for a new version at start and once a day."));
+    m_checkUpdatesAutomaticallyCheckBox = addCheckBox(
+        QStringLiteral("checkUpdatesAutomaticallyCheckBox"), tr("&Automatically check for updates"),
+        tr("Looks for a new version at start and once a day."));
 
     auto* row = new QHBoxLayout;
     auto* caption = new QLabel(tr("Last check:"), this);
@@ -46,9 +45,9 @@ UpdatePreferences::UpdatePreferences(Preferences* preferences, UpdaterController
     form()->addLayout(row);
     form()->addSpacing(8);
 
-    m_checkBetaUpdateCheckbox = addCheckBox(
-        QStringLiteral("checkBetaUpdateCheckbox"), tr("Include &beta versions"),
-        tr("Remembered for later: for now only the regular releases are offered."));
+    m_checkBetaUpdateCheckbox =
+        addCheckBox(QStringLiteral("checkBetaUpdateCheckbox"), tr("Include &beta versions"),
+                    tr("Remembered for later: for now only the regular releases are offered."));
     bind(m_checkBetaUpdateCheckbox, preferences, UpdaterController::betaUpdatesKey());
     form()->addStretch();
 
@@ -99,6 +98,6 @@ QString UpdatePreferences::lastCheckText(const std::optional<QDateTime>& date)
 
 void UpdatePreferences::refreshLastCheck()
 {
-    m_lastCheckLabel->setText(lastCheckText(m_updater ? m_updater->lastUpdateCheckDate()
-                                                      : std::nullopt));
+    m_lastCheckLabel->setText(
+        lastCheckText(m_updater ? m_updater->lastUpdateCheckDate() : std::nullopt));
 }

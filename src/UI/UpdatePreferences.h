@@ -21,7 +21,10 @@ public:
     QString toolbarItemLabel() const override;
     QIcon toolbarItemImage() const override;
 
-    QCheckBox* checkUpdatesAutomaticallyCheckBox() const { return m_checkUpdatesAutomaticallyCheckBox; }
+    QCheckBox* checkUpdatesAutomaticallyCheckBox() const
+    {
+        return m_checkUpdatesAutomaticallyCheckBox;
+    }
     QLabel* lastCheckLabel() const { return m_lastCheckLabel; }
     QCheckBox* checkBetaUpdateCheckbox() const { return m_checkBetaUpdateCheckbox; }
 

@@ -39,8 +39,9 @@ private slots:
         QCOMPARE(url.path(), AppActions::supportAddress());
         QCOMPARE(QUrlQuery(url).queryItemValue(QStringLiteral("subject"), QUrl::FullyDecoded),
                  QStringLiteral("[Brambleworth] Feedbacks"));
-        QCOMPARE(capture.messages(LogLevel::debug),
-                 QStringList{QStringLiteral("Open mailto URL: ") + url.toString(QUrl::FullyEncoded)});
+        QCOMPARE(
+            capture.messages(LogLevel::debug),
+            QStringList{QStringLiteral("Open mailto URL: ") + url.toString(QUrl::FullyEncoded)});
     }
 
     void malformedAddressesMakeNoURL_data()
@@ -79,12 +80,18 @@ private slots:
     {
         QTest::addColumn<QString>("desktop");
         QTest::addColumn<QString>("firstProgram");
-        QTest::newRow("KDE") << "KDE" << "systemsettings";
-        QTest::newRow("Ubuntu GNOME") << "ubuntu:GNOME" << "gnome-session-properties";
-        QTest::newRow("Xfce") << "XFCE" << "xfce4-session-settings";
-        QTest::newRow("Cinnamon") << "X-Cinnamon" << "cinnamon-session-properties";
-        QTest::newRow("unknown") << "Sway" << "";
-        QTest::newRow("none") << "" << "";
+        QTest::newRow("KDE") << "KDE"
+                             << "systemsettings";
+        QTest::newRow("Ubuntu GNOME") << "ubuntu:GNOME"
+                                      << "gnome-session-properties";
+        QTest::newRow("Xfce") << "XFCE"
+                              << "xfce4-session-settings";
+        QTest::newRow("Cinnamon") << "X-Cinnamon"
+                                  << "cinnamon-session-properties";
+        QTest::newRow("unknown") << "Sway"
+                                 << "";
+        QTest::newRow("none") << ""
+                              << "";
     }
 
     void loginItemsSettingsOfEachDesktop()

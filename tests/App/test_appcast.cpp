@@ -23,17 +23,26 @@ private slots:
     {
         QTest::addColumn<QString>("older");
         QTest::addColumn<QString>("newer");
-        QTest::newRow("numeric, not textual") << "1.9" << "1.10";
-        QTest::newRow("longer numeric") << "1.0" << "1.0.1";
-        QTest::newRow("beta before release") << "1.0b1" << "1.0";
-        QTest::newRow("betas in order") << "1.0b1" << "1.0b2";
-        QTest::newRow("alpha before beta") << "2.0a3" << "2.0b1";
-        QTest::newRow("beta of next") << "1.0" << "1.1b1";
-        QTest::newRow("number above text") << "1.a" << "1.1";
-        QTest::newRow("number above period") << "1..1" << "1.1";
-        QTest::newRow("digits beyond 64 bits")
-            << "1.99999999999999999999" << "1.100000000000000000000";
-        QTest::newRow("build numbers") << "41" << "112";
+        QTest::newRow("numeric, not textual") << "1.9"
+                                              << "1.10";
+        QTest::newRow("longer numeric") << "1.0"
+                                        << "1.0.1";
+        QTest::newRow("beta before release") << "1.0b1"
+                                             << "1.0";
+        QTest::newRow("betas in order") << "1.0b1"
+                                        << "1.0b2";
+        QTest::newRow("alpha before beta") << "2.0a3"
+                                           << "2.0b1";
+        QTest::newRow("beta of next") << "1.0"
+                                      << "1.1b1";
+        QTest::newRow("number above text") << "1.a"
+                                           << "1.1";
+        QTest::newRow("number above period") << "1..1"
+                                             << "1.1";
+        QTest::newRow("digits beyond 64 bits") << "1.99999999999999999999"
+                                               << "1.100000000000000000000";
+        QTest::newRow("build numbers") << "41"
+                                       << "112";
     }
 
     void versionsCompareTheSparkleWay()
@@ -49,8 +58,10 @@ private slots:
     {
         QTest::addColumn<QString>("a");
         QTest::addColumn<QString>("b");
-        QTest::newRow("leading zeros") << "1.01" << "1.1";
-        QTest::newRow("spaces only separate") << "1.0 b1" << "1.0b1";
+        QTest::newRow("leading zeros") << "1.01"
+                                       << "1.1";
+        QTest::newRow("spaces only separate") << "1.0 b1"
+                                              << "1.0b1";
     }
 
     void equalSpellings()

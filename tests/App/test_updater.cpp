@@ -169,7 +169,8 @@ private slots:
     {
         auto updater = makeUpdater(QStringLiteral("/same.xml"));
         QCOMPARE(runCheck(*updater, true), UpdaterController::Outcome::upToDate);
-        QVERIFY(GuiTestSupport::saveScreenshot(updater->currentAlert(), QStringLiteral("update-up-to-date")));
+        QVERIFY(GuiTestSupport::saveScreenshot(updater->currentAlert(),
+                                               QStringLiteral("update-up-to-date")));
     }
 
     void aSlowServerDoesNotBlockTheInterface()
@@ -209,9 +210,11 @@ private slots:
     {
         {
             LogCapture capture;
-            QVERIFY(!UpdaterController::makeIfConfigured(QStringLiteral("  "), m_preferences.get()));
-            QCOMPARE(capture.messages(LogLevel::error),
-                     QStringList{QStringLiteral("SUFeedURL is not defined in Info.plist or empty")});
+            QVERIFY(
+                !UpdaterController::makeIfConfigured(QStringLiteral("  "), m_preferences.get()));
+            QCOMPARE(
+                capture.messages(LogLevel::error),
+                QStringList{QStringLiteral("SUFeedURL is not defined in Info.plist or empty")});
         }
         // With a feed, automatic checks are on and the first one runs at once.
         m_preferences->setValue(UpdaterController::automaticChecksKey(), false);
@@ -241,8 +244,9 @@ private slots:
         QTest::qWait(300);
         QCOMPARE(m_server->requestCount(), count);
         // The setting lives in the store, under Sparkle's key.
-        QCOMPARE(Preferences::toBoolean(m_preferences->value(UpdaterController::automaticChecksKey())),
-                 false);
+        QCOMPARE(
+            Preferences::toBoolean(m_preferences->value(UpdaterController::automaticChecksKey())),
+            false);
     }
 };
 

@@ -68,11 +68,14 @@ private slots:
     {
         QTest::addColumn<QString>("program");
         QTest::addColumn<QString>("exec");
-        QTest::newRow("plain") << "/opt/bw/bin/brambleworth" << "/opt/bw/bin/brambleworth";
-        QTest::newRow("space") << "/home/a b/brambleworth" << "\"/home/a b/brambleworth\"";
-        QTest::newRow("quote and dollar")
-            << "/tmp/x\"$y/bw" << "\"/tmp/x\\\\\"\\\\$y/bw\"";
-        QTest::newRow("percent") << "/tmp/100%/bw" << "/tmp/100%%/bw";
+        QTest::newRow("plain") << "/opt/bw/bin/brambleworth"
+                               << "/opt/bw/bin/brambleworth";
+        QTest::newRow("space") << "/home/a b/brambleworth"
+                               << "\"/home/a b/brambleworth\"";
+        QTest::newRow("quote and dollar") << "/tmp/x\"$y/bw"
+                                          << "\"/tmp/x\\\\\"\\\\$y/bw\"";
+        QTest::newRow("percent") << "/tmp/100%/bw"
+                                 << "/tmp/100%%/bw";
     }
 
     void execLineQuotesThePath()
@@ -112,7 +115,8 @@ private slots:
         QVERIFY(!launcher().setAutoLaunch(true));
         const QStringList errors = capture.messages(LogLevel::error);
         QCOMPARE(errors.size(), 1);
-        QVERIFY2(errors.first().startsWith(QStringLiteral("setAutoLaunch(_:):")), qPrintable(errors.first()));
+        QVERIFY2(errors.first().startsWith(QStringLiteral("setAutoLaunch(_:):")),
+                 qPrintable(errors.first()));
         QVERIFY(errors.first().contains(QStringLiteral(" error : ")));
         QVERIFY(!launcher().isEnabled());
     }

@@ -33,13 +33,14 @@
 namespace {
 QAbstractButton* toolbarButton(PreferencesWindowController& controller, int index)
 {
-    return qobject_cast<QAbstractButton*>(controller.toolbar()->widgetForAction(
-        controller.toolbarItems().at(index).toolbarItem));
+    return qobject_cast<QAbstractButton*>(
+        controller.toolbar()->widgetForAction(controller.toolbarItems().at(index).toolbarItem));
 }
 
 QWidget* currentPane(PreferencesWindowController& controller)
 {
-    return controller.window()->findChild<QStackedWidget*>(QStringLiteral("preferencesPanes"))
+    return controller.window()
+        ->findChild<QStackedWidget*>(QStringLiteral("preferencesPanes"))
         ->currentWidget();
 }
 
@@ -213,14 +214,16 @@ private slots:
 
         int opened = 0;
         general->setSettingsOpener([&] { ++opened; });
-        QTest::mouseClick(general->findChild<QPushButton*>(QStringLiteral("openSystemSettingsButton")),
-                          Qt::LeftButton);
+        QTest::mouseClick(
+            general->findChild<QPushButton*>(QStringLiteral("openSystemSettingsButton")),
+            Qt::LeftButton);
         QCOMPARE(opened, 1);
     }
 
     void builtInScriptsComeAndGoFromTheScriptsPane()
     {
-        m_scripts->add(Script::create(QStringLiteral("Mine"), QStringLiteral("echo mine"), false), -1);
+        m_scripts->add(Script::create(QStringLiteral("Mine"), QStringLiteral("echo mine"), false),
+                       -1);
         auto controller = makeController();
         auto* pane = qobject_cast<ScriptsPreferences*>(controller->panes().at(2));
         QVERIFY(pane);
@@ -261,8 +264,8 @@ private slots:
         controller->showWindow();
         QTest::mouseClick(toolbarButton(*controller, 3), Qt::LeftButton);
         // "#" opens a comment on the second line.
-        const int commentPosition = int(SyntaxHighlightPreferences::previewScript().indexOf(
-            QStringLiteral("# Back up")));
+        const int commentPosition =
+            int(SyntaxHighlightPreferences::previewScript().indexOf(QStringLiteral("# Back up")));
         const QColor darkComment = foregroundAt(pane->preview(), commentPosition);
         QVERIFY(darkComment.isValid());
         QVERIFY(GuiTestSupport::saveScreenshot(controller->window(),
@@ -289,12 +292,14 @@ private slots:
         QCOMPARE(popUp->currentText(), QStringLiteral("monokai"));
 
         // Highlighting off: the preview is plain.
-        QCheckBox* use = pane->findChild<QCheckBox*>(QStringLiteral("useSyntaxtHighlightingCheckBox"));
+        QCheckBox* use =
+            pane->findChild<QCheckBox*>(QStringLiteral("useSyntaxtHighlightingCheckBox"));
         QVERIFY(use->isChecked()); // the registered default
         clickCheckBox(use);
         QVERIFY(!m_preferences->boolean(Preferences::Identifier::useSyntaxtHighlighting));
         QVERIFY(!foregroundAt(pane->preview(), commentPosition).isValid() ||
-                foregroundAt(pane->preview(), commentPosition) == pane->preview()->palette().text().color());
+                foregroundAt(pane->preview(), commentPosition) ==
+                    pane->preview()->palette().text().color());
     }
 
     void updatePaneDrivesTheUpdatersSetting()
