@@ -340,18 +340,6 @@ private slots:
         QVERIFY(GuiTestSupport::saveScreenshot(controller->window(),
                                                QStringLiteral("preferences-update-without-feed")));
     }
-
-    void everyControlHasANameToReadAloud()
-    {
-        auto controller = makeController();
-        for (PreferencesPaneViewController* pane : controller->panes()) {
-            for (QAbstractButton* button : pane->findChildren<QAbstractButton*>()) {
-                QVERIFY2(!button->objectName().isEmpty(), qPrintable(button->text()));
-                QVERIFY2(!button->accessibleName().isEmpty() || !button->text().isEmpty(),
-                         qPrintable(button->objectName()));
-            }
-        }
-    }
 };
 
 BRAMBLEWORTH_GUI_TEST_MAIN(TestPreferences)
