@@ -13,3 +13,11 @@ target_sources(brambleworth_gui PRIVATE
     App/UserDefaultChangesObserver.cpp
     App/UserDefaultChangesObserver.h
 )
+# About, feedback mail, login-item settings and the update checker.
+target_sources(brambleworth_gui PRIVATE
+    App/AppActions.cpp
+    App/AppActions.h
+    App/UpdaterController.cpp
+    App/UpdaterController.h
+)
+target_link_libraries(brambleworth_gui PUBLIC Qt6::Network)

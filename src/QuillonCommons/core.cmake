@@ -4,6 +4,10 @@ target_sources(brambleworth_core PRIVATE
     QuillonCommons/AppError.h
     QuillonCommons/AppLogger.cpp
     QuillonCommons/AppLogger.h
+    QuillonCommons/AutoLaunch.cpp
+    QuillonCommons/AutoLaunch.h
+    QuillonCommons/AutoLaunchWatcher.cpp
+    QuillonCommons/AutoLaunchWatcher.h
     QuillonCommons/Command.cpp
     QuillonCommons/Command.h
     QuillonCommons/DefaultLogger.cpp
