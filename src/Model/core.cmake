@@ -6,6 +6,9 @@ target_sources(brambleworth_core PRIVATE
     Model/AppFiles.h
     Model/Bookmark.cpp
     Model/Bookmark.h
+    Model/FileEventSource.h
+    Model/FileWatcher.cpp
+    Model/FileWatcher.h
     Model/Preferences.cpp
     Model/Preferences.h
     Model/Script.cpp

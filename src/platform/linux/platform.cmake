@@ -9,3 +9,7 @@ target_sources(brambleworth_platform PRIVATE
     platform/linux/DBusNotificationCenter.h
 )
 target_link_libraries(brambleworth_platform PUBLIC Qt6::DBus)
+target_sources(brambleworth_platform PRIVATE
+    platform/linux/InotifyFileEventSource.cpp
+    platform/linux/InotifyFileEventSource.h
+)
