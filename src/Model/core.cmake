@@ -12,6 +12,8 @@ target_sources(brambleworth_core PRIVATE
     Model/Preferences.cpp
     Model/Preferences.h
     Model/Script.cpp
+    Model/ScriptDragAndDrop.cpp
+    Model/ScriptDragAndDrop.h
     Model/ScriptsManager.cpp
     Model/ScriptsManager.h
     Model/Script.h
