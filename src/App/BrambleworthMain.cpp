@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/BrambleworthMain.h"
 
+#include "App/AppLaunch.h"
 #include "App/CommandLineFront.h"
 #include "BuildConfig.h"
 #include "Model/AppConfig.h"
@@ -14,6 +15,8 @@
 int BrambleworthMain::run(int argc, char** argv)
 {
     AppLogger::setLoggerFactory(&OSLogger::makeSystemLogger);
+    if (AppLaunch::handles(argc, argv))
+        return AppLaunch::run(argc, argv);
 
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("brambleworth"));

@@ -1,8 +1,35 @@
 # SPDX-License-Identifier: GPL-3.0-or-later
 target_sources(brambleworth_gui PRIVATE
+    UI/DetailPane.cpp
+    UI/DetailPane.h
+    UI/MainWindow.cpp
+    UI/MainWindow.h
+    UI/MainWindowContoller.cpp
+    UI/MainWindowContoller.h
+    UI/NoSelectionViewController.cpp
+    UI/NoSelectionViewController.h
     UI/SaveOptionsView.ui
     UI/SaveOptionsViewController.cpp
     UI/SaveOptionsViewController.h
     UI/ScriptExporter.cpp
     UI/ScriptExporter.h
+    UI/SidebarViewController.cpp
+    UI/SidebarViewController.h
+    UI/TQOutlineView.cpp
+    UI/TQOutlineView.h
+)
+# Fallback images for the toolbar and the tray, for icon themes that lack them.
+qt_add_resources(brambleworth_gui brambleworth_icons
+    PREFIX "/"
+    BASE ${PROJECT_SOURCE_DIR}/resources
+    FILES
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/add.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/delete.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/pin-fill.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/pin.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/sidebar.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/start.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/actions/stop.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/hicolor/scalable/apps/org.brambleworth.Brambleworth.svg
+        ${PROJECT_SOURCE_DIR}/resources/icons/hicolor/symbolic/apps/org.brambleworth.Brambleworth-symbolic.svg
 )

@@ -13,3 +13,12 @@ target_sources(brambleworth_platform PRIVATE
     platform/linux/InotifyFileEventSource.cpp
     platform/linux/InotifyFileEventSource.h
 )
+target_sources(brambleworth_platform PRIVATE
+    platform/linux/SingleInstance.cpp
+    platform/linux/SingleInstance.h
+    platform/linux/StatusNotifierHost.cpp
+    platform/linux/StatusNotifierHost.h
+    platform/linux/WindowPinning.cpp
+    platform/linux/WindowPinning.h
+)
+target_link_libraries(brambleworth_platform PUBLIC Qt6::Widgets)
