@@ -15,6 +15,7 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QTemporaryDir>
 #include <QTest>
 #include <QTimer>
 
@@ -46,9 +47,11 @@ private:
             m_answered = true;
             m_answer(dialog);
         } else if (m_clock.elapsed() > 10000) {
-            m_timer.stop();
+            // Keeps rejecting until no modal is left (an overwrite question may follow).
             if (auto* other = qobject_cast<QDialog*>(modal))
                 other->reject();
+            else
+                m_timer.stop();
         }
     }
 
@@ -72,10 +75,18 @@ class TestScriptExporter : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_dataHome;
     ScriptsManager m_manager;
     ScriptPtr m_script;
 
 private slots:
+    void initTestCase()
+    {
+        // The offscreen and the X11 runs share one test home and may run at the same time:
+        // each saves its library in a folder of its own.
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_dataHome.path()));
+    }
+
     void init()
     {
         m_script =
@@ -126,11 +137,9 @@ private slots:
         QFETCH(int, umaskValue);
         QFETCH(bool, executable);
         QFETCH(int, mode);
-        const QString folder =
-            QDir(TestEnvironment::outputFolder()).filePath(QStringLiteral("exports"));
-        QDir().mkpath(folder);
-        const QString path = folder + QStringLiteral("/deploy-%1.sh").arg(QTest::currentDataTag());
-        QFile::remove(path);
+        // A folder of its own: the offscreen and the X11 runs may go at the same time.
+        QTemporaryDir folder;
+        const QString path = folder.filePath(QStringLiteral("deploy.sh"));
         const mode_t previous = ::umask(mode_t(umaskValue));
 
         ModalAnswer<QFileDialog> answer([&](QFileDialog* panel) {
