@@ -85,9 +85,8 @@ QString interpreterOf(const QString& text)
 
 } // namespace
 
-ScriptDragAndDrop::ScriptDragAndDrop(ScriptsManager& scriptsManager,
-                                     const QStringList& knownLanguages)
-    : m_scriptsManager(&scriptsManager), m_knownLanguages(knownLanguages)
+ScriptDragAndDrop::ScriptDragAndDrop(ScriptsManager& scriptsManager, LanguageList knownLanguages)
+    : m_scriptsManager(&scriptsManager), m_knownLanguages(std::move(knownLanguages))
 {}
 
 QMimeData* ScriptDragAndDrop::mimeData(const ScriptList& scripts)
@@ -168,6 +167,7 @@ bool ScriptDragAndDrop::insertFiles(const QStringList& paths, int index)
     ScriptList scripts = m_scriptsManager->scripts();
     qsizetype at = index < 0 || index > scripts.size() ? scripts.size() : index;
     const qsizetype before = scripts.size();
+    const QStringList languages = m_knownLanguages ? m_knownLanguages() : QStringList();
     for (const QString& path : paths) {
         QByteArray bookmark;
         QByteArray data;
@@ -190,7 +190,7 @@ bool ScriptDragAndDrop::insertFiles(const QStringList& paths, int index)
         const QString text = Utf8::decode(data).value_or(QString::fromLocal8Bit(data));
         const ScriptPtr script = Script::create(QFileInfo(path).completeBaseName(), text, false);
         script->setBookmark(bookmark);
-        if (const auto language = guessLanguage(path, text, m_knownLanguages))
+        if (const auto language = guessLanguage(path, text, languages))
             script->setLanguage(*language);
         scripts.insert(at++, script);
     }

@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 class QMimeData;
@@ -17,8 +18,10 @@ class ScriptsManager;
 class ScriptDragAndDrop
 {
 public:
-    // `knownLanguages`: the highlighter's language identifiers, for guessing a dropped file's.
-    ScriptDragAndDrop(ScriptsManager& scriptsManager, const QStringList& knownLanguages);
+    // `knownLanguages` answers the highlighter's language identifiers, for guessing a dropped
+    // file's; asked only when files are dropped, so the highlighter starts no sooner.
+    using LanguageList = std::function<QStringList()>;
+    ScriptDragAndDrop(ScriptsManager& scriptsManager, LanguageList knownLanguages);
 
     // The drag payload of script rows: each script written to a file (text/uri-list) and the
     // ids, one a line, under the private script type. The caller owns the result.
@@ -47,5 +50,5 @@ private:
     bool insertFiles(const QStringList& paths, int index);
 
     QPointer<ScriptsManager> m_scriptsManager;
-    QStringList m_knownLanguages;
+    LanguageList m_knownLanguages;
 };

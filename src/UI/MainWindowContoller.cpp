@@ -8,6 +8,7 @@
 #include "QuillonCommons/NotificationCenter.h"
 #include "UI/MainWindow.h"
 #include "UI/NoSelectionViewController.h"
+#include "UI/ScriptExporter.h"
 #include "UI/SidebarViewController.h"
 #include "UI/TQOutlineView.h"
 
@@ -451,12 +452,20 @@ void MainWindowContoller::deleteSelected()
         m_scriptExecutor->stop(RunningScriptPtr(*run));
 }
 
-void MainWindowContoller::exportScript(QObject*)
+void MainWindowContoller::exportScript(QObject* sender)
 {
-    AppLogger::info(QStringLiteral("exporting a script is not available yet"));
+    // From the toolbar or a shortcut there is no script in the sender: the selection is meant.
+    ScriptPtr script = scriptOf(sender);
+    if (!script) {
+        if (const auto* selected = std::get_if<ScriptPtr>(&m_selectedObject))
+            script = *selected;
+    }
+    if (script)
+        ScriptExporter(m_scriptsManager).exportScript(*script, m_window.get());
 }
 
-void MainWindowContoller::saveTo(QObject*)
+void MainWindowContoller::saveTo(QObject* sender)
 {
-    AppLogger::info(QStringLiteral("saving a script to a file is not available yet"));
+    if (const ScriptPtr script = scriptOf(sender))
+        ScriptExporter(m_scriptsManager).exportScript(*script, m_window.get());
 }

@@ -75,7 +75,7 @@ private slots:
             if (s->name() == dragged)
                 script = s;
         }
-        ScriptDragAndDrop dnd(*m_manager, known);
+        ScriptDragAndDrop dnd(*m_manager, [] { return known; });
         std::unique_ptr<QMimeData> data(ScriptDragAndDrop::mimeData({script}));
         LogCapture capture;
         QCOMPARE(dnd.validateDrop(data.get(), QStringLiteral("Scripts"), index), Qt::MoveAction);
@@ -90,7 +90,7 @@ private slots:
 
     void refusedDrops()
     {
-        ScriptDragAndDrop dnd(*m_manager, known);
+        ScriptDragAndDrop dnd(*m_manager, [] { return known; });
         const ScriptList scripts = m_manager->scripts();
         QSignalSpy changes(m_manager.get(), &ScriptsManager::scriptsChanged);
         LogCapture capture;
@@ -139,7 +139,7 @@ private slots:
                       QUrl::fromLocalFile(folder + QStringLiteral("/missing.sh")),
                       QUrl::fromLocalFile(folder), QUrl::fromLocalFile(deploy)});
 
-        ScriptDragAndDrop dnd(*m_manager, known);
+        ScriptDragAndDrop dnd(*m_manager, [] { return known; });
         QCOMPARE(dnd.validateDrop(&data, QStringLiteral("Scripts"), 1), Qt::CopyAction);
         LogCapture capture;
         QVERIFY(dnd.acceptDrop(&data, 1));
