@@ -269,6 +269,9 @@ void MainWindowContoller::buildToolbar()
                     duplicate(script->get());
                 }
             });
+    // Save As is where people look for writing the selected script to a file of their choice.
+    connect(windowShortcut(QStringLiteral("exportKey"), tr("Export Script…"), QKeySequence::SaveAs),
+            &QAction::triggered, this, [this] { exportScript(nullptr); });
     connect(windowShortcut(QStringLiteral("settingsKey"), tr("Settings"),
                            QKeySequence(Qt::CTRL | Qt::Key_Comma)),
             &QAction::triggered, this, &MainWindowContoller::showSettingsRequested);
