@@ -1,18 +1,25 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Model/Bookmark.h"
+#include "Model/Preferences.h"
 #include "Model/Script.h"
 #include "Model/ScriptsManager.h"
 #include "QuillonCommons/LogCapture.h"
+#include "QuillonCommons/NotificationCenter.h"
+#include "UI/MainWindow.h"
+#include "UI/MainWindowContoller.h"
 #include "UI/SaveOptionsViewController.h"
 #include "UI/ScriptExporter.h"
+#include "UI/SidebarViewController.h"
 
 #include "common/GuiTestSupport.h"
 
+#include <QAction>
 #include <QCheckBox>
 #include <QDialogButtonBox>
 #include <QElapsedTimer>
 #include <QFileDialog>
 #include <QLineEdit>
+#include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTemporaryDir>
@@ -166,6 +173,57 @@ private slots:
         QCOMPARE(saved2.first()->bookmark(), m_script->bookmark());
         m_script->setContent(QStringLiteral("echo edited\n"));
         QCOMPARE(TestEnvironment::readFile(path), QByteArray("echo edited\n"));
+    }
+
+    // The main window's Save As key exports the selection; the sidebar's "Save script to…"
+    // exports its row's script.
+    void theWindowAndTheSidebarExport()
+    {
+        NotificationCenter center;
+        MainWindowContoller controller(Preferences::shared(), &center);
+        controller.setScriptsManager(&m_manager);
+        const ScriptPtr other =
+            Script::create(QStringLiteral("Other"), QStringLiteral("echo other\n"), false);
+        m_manager.setScripts({m_script, other});
+        QTemporaryDir folder;
+        const auto answerWith = [](const QString& path) {
+            return [path](QFileDialog* panel) {
+                auto* name = panel->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
+                name->setText(path);
+                QTest::keyClick(name, Qt::Key_Return);
+            };
+        };
+
+        QVERIFY(controller.sidebarViewController()->selectScript(m_script));
+        auto* exportKey = controller.window()->findChild<QAction*>(QStringLiteral("exportKey"));
+        QVERIFY(exportKey);
+        QCOMPARE(exportKey->shortcut(), QKeySequence(QKeySequence::SaveAs));
+        {
+            ModalAnswer<QFileDialog> answer(answerWith(folder.filePath(QStringLiteral("a.sh"))));
+            exportKey->trigger();
+            QVERIFY(answer.answered());
+        }
+        QCOMPARE(TestEnvironment::readFile(folder.filePath(QStringLiteral("a.sh"))),
+                 QByteArray("echo deploy\n"));
+
+        SidebarModel* model = controller.sidebarViewController()->model();
+        std::unique_ptr<QMenu> menu(
+            controller.sidebarViewController()->menuForRow(model->indexOfObject(other.get())));
+        QAction* saveTo = nullptr;
+        for (QAction* action : menu->actions()) {
+            if (action->text() == QStringLiteral("Save script to…"))
+                saveTo = action;
+        }
+        QVERIFY(saveTo);
+        {
+            ModalAnswer<QFileDialog> answer(answerWith(folder.filePath(QStringLiteral("b.sh"))));
+            saveTo->trigger();
+            QVERIFY(answer.answered());
+        }
+        QCOMPARE(TestEnvironment::readFile(folder.filePath(QStringLiteral("b.sh"))),
+                 QByteArray("echo other\n"));
+        QCOMPARE(Bookmark::resolve(other->bookmarkData()).path,
+                 folder.filePath(QStringLiteral("b.sh")));
     }
 
     void aCancelledPanelChangesNothing()

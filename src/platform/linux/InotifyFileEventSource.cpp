@@ -32,6 +32,8 @@ InotifyFileEventSource::InotifyFileEventSource()
     }
     m_wakeUp = ::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK);
     m_worker = std::thread([this] { run(); });
+    // Named from here, so that the name is there as soon as the source exists.
+    pthread_setname_np(m_worker.native_handle(), "FileWatcher");
 }
 
 InotifyFileEventSource::~InotifyFileEventSource()
@@ -159,7 +161,6 @@ void InotifyFileEventSource::dispatch(int descriptor, std::uint32_t mask)
 
 void InotifyFileEventSource::run()
 {
-    pthread_setname_np(pthread_self(), "FileWatcher");
     alignas(inotify_event) std::array<char, 64 * 1024> buffer;
     std::array<pollfd, 2> fds{{{m_inotify, POLLIN, 0}, {m_wakeUp, POLLIN, 0}}};
     for (;;) {
