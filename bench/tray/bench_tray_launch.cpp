@@ -192,6 +192,33 @@ int main(int argc, char** argv)
     std::printf("%-52s %.2fx (goal within 1.4x)\n", "ratio of medians",
                 bench::median(app_) / bench::median(reference));
     std::printf("menu as a host reads it: %s\n", qPrintable(appLabels.join(QStringLiteral(" | "))));
+
+    // Idle memory: 100 scripts, the window closed (the tray is there), 10 s after launch.
+    scripts.clear();
+    for (int i = 0; i < 100; ++i)
+        scripts.append(Script::create(QStringLiteral("Script %1").arg(i),
+                                      QStringLiteral("echo %1").arg(i), false));
+    if (!library.open(QIODevice::WriteOnly | QIODevice::Truncate) ||
+        library.write(*Script::encodeLibrary(scripts)) < 0)
+        qFatal("cannot write the library");
+    library.close();
+    QProcess idle;
+    idle.setProcessEnvironment(environment);
+    idle.start(binaries + QStringLiteral("/brambleworth"), {});
+    bench::spinUntil([] { return false; }, 10000);
+    QFile rollup(QStringLiteral("/proc/%1/smaps_rollup").arg(idle.processId()));
+    long pssKiB = 0;
+    if (rollup.open(QIODevice::ReadOnly)) {
+        for (const QByteArray& line : rollup.readAll().split('\n')) {
+            if (line.startsWith("Pss:"))
+                pssKiB = line.mid(4).trimmed().split(' ').first().toLong();
+        }
+    }
+    std::printf("%-52s %.1f MiB (goal < 35 MiB)\n", "idle PSS 10 s after launch, 100 scripts",
+                double(pssKiB) / 1024.0);
+    idle.terminate();
+    idle.waitForFinished(5000);
+
     watcher.terminate();
     watcher.waitForFinished(5000);
     return 0;

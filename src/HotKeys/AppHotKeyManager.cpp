@@ -6,6 +6,7 @@
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/FileUtils.h"
+#include "QuillonCommons/JsonReader.h"
 #include "QuillonCommons/JsonWriter.h"
 
 #include <QJsonArray>
@@ -133,11 +134,18 @@ void AppHotKeyManager::load()
         AppLogger::error(QStringLiteral("hotkeys file is nil"));
         return;
     }
+    const QString path = *directory + QLatin1Char('/') + fileName;
+    for (const QString& leftover : FileUtils::removeInterruptedSaves(path))
+        AppLogger::info(QStringLiteral("removed the leftover of an interrupted save: ") + leftover);
     try {
-        m_registeredHotKeys =
-            decode(FileUtils::readWholeFile(*directory + QLatin1Char('/') + fileName));
+        const auto text = JsonReader::utf8Text(FileUtils::readWholeFile(path));
+        if (!text)
+            throw corrupted(QStringLiteral("The text is not valid in its encoding."));
+        m_registeredHotKeys = decode(*text);
+        m_unreadable.loadSucceeded();
     } catch (const std::exception& failure) {
         AppLogger::error(failure, QStringLiteral("load()"), __LINE__);
+        m_unreadable.loadFailed(path);
     }
 }
 
@@ -149,6 +157,8 @@ void AppHotKeyManager::save()
         return;
     }
     try {
+        if (!m_unreadable.prepareSave(QStringLiteral("save()"), __LINE__))
+            return;
         FileUtils::writeAtomically(*directory + QLatin1Char('/') + fileName,
                                    encode(m_registeredHotKeys));
     } catch (const std::exception& failure) {

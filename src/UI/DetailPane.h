@@ -4,8 +4,9 @@
 class QWidget;
 
 // What the main window shows right of the sidebar for a selection: the script editor for a
-// script, the log viewer for a run, the placeholder otherwise. A pane's view is handed to the
-// window, which owns and deletes it when the selection moves on.
+// script, the log viewer for a run, the placeholder otherwise. A pane is its own view (a
+// QWidget that implements this interface, view() answering this): the window takes the widget
+// and deletes it, and so the pane, when the selection moves on.
 class DetailPane
 {
 public:

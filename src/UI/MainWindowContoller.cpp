@@ -11,6 +11,7 @@
 #include "UI/ScriptExporter.h"
 #include "UI/SidebarViewController.h"
 #include "UI/TQOutlineView.h"
+#include "ui_MainStoryboard.h"
 
 #include <QAction>
 #include <QIcon>
@@ -78,19 +79,19 @@ MainWindowContoller::MainWindowContoller(Preferences& preferences,
       m_notificationsObservers(std::make_unique<CenterObserver>(notificationCenter)),
       m_window(std::make_unique<MainWindow>(preferences))
 {
-    m_splitView = new QSplitter(Qt::Horizontal, m_window.get());
-    m_splitView->setObjectName(QStringLiteral("splitView"));
-    m_splitView->setChildrenCollapsible(false);
-    m_sourceListView = new TQOutlineView(m_splitView);
+    // The window's content comes from its Designer file; the toolbar is built in code, as its
+    // items follow the controller's identifiers.
+    auto* content = new QWidget(m_window.get());
+    Ui::MainStoryboard storyboard;
+    storyboard.setupUi(content);
+    m_splitView = storyboard.splitView;
+    m_sourceListView = storyboard.sourceListView;
     m_sidebar = new SidebarViewController(m_sourceListView, notificationCenter, this);
-    m_splitView->addWidget(m_sourceListView);
-    auto* placeholder = new NoSelectionViewController(m_splitView);
-    m_splitView->addWidget(placeholder);
-    m_detailView = placeholder;
+    m_detailView = storyboard.NoSelectionIdentifier;
     m_splitView->setStretchFactor(0, 0);
     m_splitView->setStretchFactor(1, 1);
     m_splitView->setSizes({240, MainWindow::defaultSize().width() - 240});
-    m_window->setCentralWidget(m_splitView);
+    m_window->setCentralWidget(content);
 
     buildToolbar();
 

@@ -3,6 +3,7 @@ target_sources(brambleworth_gui PRIVATE
     UI/DetailPane.cpp
     UI/DetailPane.h
     UI/MainWindow.cpp
+    UI/MainStoryboard.ui
     UI/MainWindow.h
     UI/MainWindowContoller.cpp
     UI/MainWindowContoller.h

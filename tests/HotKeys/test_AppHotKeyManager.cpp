@@ -12,6 +12,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QStringEncoder>
 
 class TestAppHotKeyManager : public QObject
 {
@@ -234,6 +235,31 @@ private slots:
         m_backend->press(id);
         m_backend->release(id);
         QCOMPARE(pressed, QStringList{"s1"});
+    }
+
+    void theFileIsReadInAnyUnicodeEncodingKeptAsideWhenUnreadableAndFreedOfLeftovers()
+    {
+        const QDir folder = QFileInfo(m_file).dir();
+        TestEnvironment::writeFile(folder.filePath(QStringLiteral("HotKeys.json.QmZxwT")), "[]");
+        QStringEncoder utf16(QStringConverter::Utf16LE, QStringEncoder::Flag::WriteBom);
+        writeFile(utf16.encode(QStringLiteral(R"([{"id":"s1","key":"é","modifiers":0}])")));
+        QCOMPARE(makeManager()->registeredHotKeys(), QList<RegisteredHotKey>{hotKey("s1", "é", 0)});
+        QCOMPARE(folder.entryList({QStringLiteral("HotKeys.json*")}, QDir::Files),
+                 QStringList{"HotKeys.json"});
+
+        const QByteArray broken = R"([{"id":"s1","key":"a"])";
+        writeFile(broken);
+        auto manager = makeManager();
+        LogCapture capture;
+        manager->add("s2", "a", commandShift);
+        const QStringList copies =
+            folder.entryList({QStringLiteral("HotKeys.json.unreadable-*")}, QDir::Files);
+        QCOMPARE(copies.size(), 1);
+        QCOMPARE(TestEnvironment::readFile(folder.filePath(copies.first())), broken);
+        QVERIFY(capture.contains(
+            LogLevel::error, QStringLiteral("the unreadable file %1 was kept as %2 before saving")
+                                 .arg(m_file, folder.filePath(copies.first()))));
+        QCOMPARE(fileContent(), QByteArray(R"([{"id":"s2","key":"a","modifiers":1179648}])"));
     }
 
     void saveFailureIsLogged()

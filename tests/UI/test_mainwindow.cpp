@@ -175,27 +175,18 @@ private slots:
 
     void detailPaneComesFromThePluggedInFactories()
     {
-        struct Pane : DetailPane
+        // The real panes are widgets that implement the interface themselves.
+        struct Pane : QWidget, DetailPane
         {
-            explicit Pane(const QString& name) : widget(new QWidget)
-            {
-                widget->setObjectName(name);
-            }
-            QWidget* view() override { return widget; }
-            QWidget* widget;
+            explicit Pane(const QString& name) { setObjectName(name); }
+            QWidget* view() override { return this; }
         };
         m_controller->setScriptPaneFactory([](const ScriptPtr& s, MainWindowContoller&) {
-            static Pane* pane = nullptr;
-            delete pane;
-            pane = new Pane(QStringLiteral("editor:") + s->name());
-            return pane;
+            return new Pane(QStringLiteral("editor:") + s->name());
         });
         m_controller->setRunningScriptPaneFactory(
             [](const RunningScriptPtr& r, MainWindowContoller&) {
-                static Pane* pane = nullptr;
-                delete pane;
-                pane = new Pane(QStringLiteral("log:") + r->name());
-                return pane;
+                return new Pane(QStringLiteral("log:") + r->name());
             });
         m_manager->setScripts(makeScripts(2));
         QVERIFY(sidebar()->selectScript(m_manager->scripts().at(1)));
@@ -397,6 +388,22 @@ private slots:
         QTest::keyClick(window, Qt::Key_Q, Qt::ControlModifier);
         QCOMPARE(settings.count(), 1);
         QCOMPARE(quit.count(), 1);
+
+        // Start and stop from the keyboard, on the selected script and then its run.
+        const ScriptPtr sleeper = m_manager->scripts().first();
+        sleeper->setContent(QStringLiteral("#!/bin/sh\nsleep 30\n"));
+        QVERIFY(sidebar()->selectScript(sleeper));
+        QTest::keyClick(window, Qt::Key_Return, Qt::ControlModifier);
+        QCOMPARE(m_executor->runningScripts().size(), 1);
+        QVERIFY(sidebar()->selectRunningScript(m_executor->runningScripts().first()));
+        QTest::keyClick(window, Qt::Key_Period, Qt::ControlModifier);
+        QVERIFY(m_executor->runningScripts().isEmpty());
+
+        // The sidebar folds away and comes back.
+        m_controller->toolbarItem(QStringLiteral("sidebar"))->trigger();
+        QVERIFY(!view->isVisible());
+        m_controller->toolbarItem(QStringLiteral("sidebar"))->trigger();
+        QVERIFY(view->isVisible());
 
         QTest::keyClick(window, Qt::Key_W, Qt::ControlModifier);
         QVERIFY(!window->isVisible());
