@@ -90,14 +90,6 @@ private slots:
         QCOMPARE(m_source.watchCount(), 0);
     }
 
-    void describesEventSets()
-    {
-        QCOMPARE(FileWatcher::describe(std::nullopt), QStringLiteral("(?)"));
-        QCOMPARE(FileWatcher::describe(FileEvents()), QStringLiteral("[]"));
-        QCOMPARE(FileWatcher::describe(FileEvent::Delete | FileEvent::Rename | FileEvent::Funlock),
-                 QStringLiteral("[delete, rename, funlock]"));
-    }
-
     void aMissingFileCannotBeOpened()
     {
         QVERIFY(QFile::remove(m_path));
@@ -170,22 +162,6 @@ private slots:
         runEventLoop(1500);
         QVERIFY(!watcher->isWatching());
         QCOMPARE(capture.messages(LogLevel::error).size(), 3);
-    }
-
-    void twoFailuresUseItUp()
-    {
-        auto watcher = makeWatcher();
-        watcher->start();
-        QVERIFY(QFile::remove(m_path));
-        LogCapture capture;
-        m_source.send(m_path, FileEvent::Delete);
-        QTRY_VERIFY_WITH_TIMEOUT(
-            capture.contains(LogLevel::error, QStringLiteral("maxretry reached, could not "
-                                                             "watch file at path ") +
-                                                  m_path),
-            5000);
-        QCOMPARE(capture.count(LogLevel::error, QStringLiteral("cannot open ") + m_path), 2);
-        QCOMPARE(watcher->maxRetry(), 0);
     }
 
     void aDestroyedWatcherMakesNoAttempt()
