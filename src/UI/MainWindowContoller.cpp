@@ -8,6 +8,7 @@
 #include "QuillonCommons/NotificationCenter.h"
 #include "UI/MainWindow.h"
 #include "UI/NoSelectionViewController.h"
+#include "UI/ScriptExporter.h"
 #include "UI/SidebarViewController.h"
 #include "UI/TQOutlineView.h"
 #include "ui_MainStoryboard.h"
@@ -269,6 +270,9 @@ void MainWindowContoller::buildToolbar()
                     duplicate(script->get());
                 }
             });
+    // Save As is where people look for writing the selected script to a file of their choice.
+    connect(windowShortcut(QStringLiteral("exportKey"), tr("Export Script…"), QKeySequence::SaveAs),
+            &QAction::triggered, this, [this] { exportScript(nullptr); });
     connect(windowShortcut(QStringLiteral("settingsKey"), tr("Settings"),
                            QKeySequence(Qt::CTRL | Qt::Key_Comma)),
             &QAction::triggered, this, &MainWindowContoller::showSettingsRequested);
@@ -452,12 +456,20 @@ void MainWindowContoller::deleteSelected()
         m_scriptExecutor->stop(RunningScriptPtr(*run));
 }
 
-void MainWindowContoller::exportScript(QObject*)
+void MainWindowContoller::exportScript(QObject* sender)
 {
-    AppLogger::info(QStringLiteral("exporting a script is not available yet"));
+    // From the toolbar or a shortcut there is no script in the sender: the selection is meant.
+    ScriptPtr script = scriptOf(sender);
+    if (!script) {
+        if (const auto* selected = std::get_if<ScriptPtr>(&m_selectedObject))
+            script = *selected;
+    }
+    if (script)
+        ScriptExporter(m_scriptsManager).exportScript(*script, m_window.get());
 }
 
-void MainWindowContoller::saveTo(QObject*)
+void MainWindowContoller::saveTo(QObject* sender)
 {
-    AppLogger::info(QStringLiteral("saving a script to a file is not available yet"));
+    if (const ScriptPtr script = scriptOf(sender))
+        ScriptExporter(m_scriptsManager).exportScript(*script, m_window.get());
 }

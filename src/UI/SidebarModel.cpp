@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "UI/SidebarModel.h"
 
+#include "Model/ScriptDragAndDrop.h"
+
+#include <QMimeData>
 #include <QSet>
 #include <QSize>
 
@@ -233,7 +236,71 @@ Qt::ItemFlags SidebarModel::flags(const QModelIndex& index) const
     const SidebarNode* target = node(index);
     if (!target)
         return Qt::NoItemFlags;
+    // Drops land between the rows of the scripts section, never on a row.
     if (target->isHeader())
-        return Qt::ItemIsEnabled;
-    return Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
+        return target == m_scriptsNode && m_dragAndDrop ? Qt::ItemIsEnabled | Qt::ItemIsDropEnabled
+                                                        : Qt::ItemIsEnabled;
+    const Qt::ItemFlags flags = Qt::ItemIsEnabled | Qt::ItemIsSelectable | Qt::ItemNeverHasChildren;
+    return target->script() && m_dragAndDrop ? flags | Qt::ItemIsDragEnabled : flags;
+}
+
+void SidebarModel::setDragAndDrop(ScriptDragAndDrop* dragAndDrop)
+{
+    m_dragAndDrop = dragAndDrop;
+}
+
+QStringList SidebarModel::mimeTypes() const
+{
+    return {QStringLiteral("text/uri-list"), Script::scriptPasteboardType()};
+}
+
+QMimeData* SidebarModel::mimeData(const QModelIndexList& indexes) const
+{
+    ScriptList scripts;
+    for (const QModelIndex& index : indexes) {
+        const SidebarNode* target = node(index);
+        if (ScriptPtr script = target ? target->script() : nullptr;
+            script && !scripts.contains(script))
+            scripts.append(script);
+    }
+    if (scripts.isEmpty())
+        return nullptr;
+    return ScriptDragAndDrop::mimeData(scripts);
+}
+
+Qt::DropActions SidebarModel::supportedDragActions() const
+{
+    return Qt::CopyAction | Qt::MoveAction;
+}
+
+Qt::DropActions SidebarModel::supportedDropActions() const
+{
+    return Qt::CopyAction | Qt::MoveAction;
+}
+
+std::optional<int> SidebarModel::scriptsDropIndex(int row, const QModelIndex& parent) const
+{
+    if (node(parent) != m_scriptsNode)
+        return std::nullopt;
+    return row;
+}
+
+bool SidebarModel::canDropMimeData(const QMimeData* data, Qt::DropAction, int row, int,
+                                   const QModelIndex& parent) const
+{
+    if (!m_dragAndDrop)
+        return false;
+    const SidebarNode* proposed = node(parent);
+    return m_dragAndDrop->validateDrop(data, proposed ? proposed->name() : QStringLiteral("root"),
+                                       scriptsDropIndex(row, parent)) != Qt::IgnoreAction;
+}
+
+bool SidebarModel::dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                                const QModelIndex& parent)
+{
+    if (!canDropMimeData(data, action, row, column, parent))
+        return false;
+    // The library announces the new order and the rows follow it as a move; the view's own
+    // removal of moved rows finds nothing to remove (removeRows is not offered).
+    return m_dragAndDrop->acceptDrop(data, scriptsDropIndex(row, parent));
 }

@@ -9,6 +9,9 @@
 #include <QHash>
 
 #include <memory>
+#include <optional>
+
+class ScriptDragAndDrop;
 
 // The sidebar's tree: two headers ("Running Scripts", then "Scripts") over one row per run and
 // one per script, in the lists' order. A new list is applied as row removes, moves and inserts,
@@ -51,7 +54,20 @@ public:
     QVariant data(const QModelIndex& index, int role = Qt::DisplayRole) const override;
     Qt::ItemFlags flags(const QModelIndex& index) const override;
 
+    // Drags out of script rows and drops into the scripts section go through this; without
+    // it the sidebar offers no drag and drop.
+    void setDragAndDrop(ScriptDragAndDrop* dragAndDrop);
+    QStringList mimeTypes() const override;
+    QMimeData* mimeData(const QModelIndexList& indexes) const override;
+    Qt::DropActions supportedDragActions() const override;
+    Qt::DropActions supportedDropActions() const override;
+    bool canDropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                         const QModelIndex& parent) const override;
+    bool dropMimeData(const QMimeData* data, Qt::DropAction action, int row, int column,
+                      const QModelIndex& parent) override;
+
 private:
+    std::optional<int> scriptsDropIndex(int row, const QModelIndex& parent) const;
     template <typename Ptr>
     void sync(SidebarHeaderNode* header, const QList<Ptr>& items);
     void rename(const void* key, const QString& name);
@@ -62,4 +78,5 @@ private:
     SidebarHeaderNode* m_runningScriptsNode = nullptr;
     SidebarHeaderNode* m_scriptsNode = nullptr;
     QHash<const void*, QMetaObject::Connection> m_nameConnections;
+    ScriptDragAndDrop* m_dragAndDrop = nullptr;
 };

@@ -2,6 +2,7 @@
 #include "UI/SidebarViewController.h"
 
 #include "QuillonCommons/NotificationCenter.h"
+#include "SyntaxHighlight/SyntaxHighlight.h"
 
 #include <QAction>
 #include <QMenu>
@@ -58,6 +59,7 @@ SidebarViewController::SidebarViewController(TQOutlineView* sourceListView,
 
 SidebarViewController::~SidebarViewController()
 {
+    m_model->setDragAndDrop(nullptr);
     disconnect(m_scriptsManagerSubsriction);
     disconnect(m_scriptExecutorSubsriction);
 }
@@ -70,6 +72,7 @@ void SidebarViewController::setScriptsManager(ScriptsManager* scriptsManager)
     if (scriptsManager)
         m_scriptsManagerSubsriction = connect(scriptsManager, &ScriptsManager::scriptsChanged,
                                               m_model, &SidebarModel::setScripts);
+    setUpDragAndDrop();
     if (m_sourceListView)
         m_sourceListView->expand(m_model->scriptsIndex());
 }
@@ -86,6 +89,30 @@ void SidebarViewController::setScriptExecutor(ScriptExecutorManager* scriptExecu
                     &SidebarModel::setRunningScripts);
     if (m_sourceListView)
         m_sourceListView->expand(m_model->runningScriptsIndex());
+}
+
+void SidebarViewController::setUpDragAndDrop()
+{
+    m_model->setDragAndDrop(nullptr);
+    m_dragAndDrop.reset();
+    if (m_scriptsManager)
+        m_dragAndDrop = std::make_unique<ScriptDragAndDrop>(*m_scriptsManager, [] {
+            QStringList identifiers;
+            for (const Language& language : SyntaxHighlight::shared().availableLanguages())
+                identifiers.append(language.identifier);
+            return identifiers;
+        });
+    m_model->setDragAndDrop(m_dragAndDrop.get());
+    if (!m_sourceListView)
+        return;
+    const bool enabled = m_dragAndDrop != nullptr;
+    m_sourceListView->setDragEnabled(enabled);
+    m_sourceListView->setAcceptDrops(enabled);
+    m_sourceListView->setDropIndicatorShown(enabled);
+    m_sourceListView->setDragDropMode(enabled ? QAbstractItemView::DragDrop
+                                              : QAbstractItemView::NoDragDrop);
+    // Within the sidebar a drag reorders; files from outside are linked, never moved.
+    m_sourceListView->setDefaultDropAction(Qt::MoveAction);
 }
 
 bool SidebarViewController::selectIndex(const QModelIndex& index)

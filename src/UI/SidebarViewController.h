@@ -2,12 +2,15 @@
 #pragma once
 
 #include "Execution/ScriptExecutorManager.h"
+#include "Model/ScriptDragAndDrop.h"
 #include "Model/ScriptsManager.h"
 #include "UI/SidebarModel.h"
 #include "UI/TQOutlineView.h"
 
 #include <QObject>
 #include <QPointer>
+
+#include <memory>
 
 class NotificationCenter;
 class QAction;
@@ -49,12 +52,14 @@ signals:
 
 private:
     void announceSelection();
+    void setUpDragAndDrop();
     bool selectIndex(const QModelIndex& index);
 
     QPointer<TQOutlineView> m_sourceListView;
     SidebarModel* m_model = nullptr;
     QPointer<NotificationCenter> m_notificationCenter;
     QPointer<ScriptsManager> m_scriptsManager;
+    std::unique_ptr<ScriptDragAndDrop> m_dragAndDrop;
     QMetaObject::Connection m_scriptsManagerSubsriction;
     QPointer<ScriptExecutorManager> m_scriptExecutor;
     QMetaObject::Connection m_scriptExecutorSubsriction;

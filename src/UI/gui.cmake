@@ -13,6 +13,11 @@ target_sources(brambleworth_gui PRIVATE
     UI/MainWindowContoller.h
     UI/NoSelectionViewController.cpp
     UI/NoSelectionViewController.h
+    UI/SaveOptionsView.ui
+    UI/SaveOptionsViewController.cpp
+    UI/SaveOptionsViewController.h
+    UI/ScriptExporter.cpp
+    UI/ScriptExporter.h
     UI/SidebarViewController.cpp
     UI/SidebarViewController.h
     UI/TQOutlineView.cpp

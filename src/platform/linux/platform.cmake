@@ -10,6 +10,10 @@ target_sources(brambleworth_platform PRIVATE
 )
 target_link_libraries(brambleworth_platform PUBLIC Qt6::DBus)
 target_sources(brambleworth_platform PRIVATE
+    platform/linux/InotifyFileEventSource.cpp
+    platform/linux/InotifyFileEventSource.h
+)
+target_sources(brambleworth_platform PRIVATE
     platform/linux/SingleInstance.cpp
     platform/linux/SingleInstance.h
     platform/linux/StatusNotifierHost.cpp
