@@ -6,8 +6,8 @@
 
 #include "Execution/ScriptExecutorManager.h"
 #include "QuillonCommons/AppLogger.h"
-#include "SyntaxHighlight/TQCodeEditorTextView.h"
 #include "UI/LogViewerViewController.h"
+#include "UI/TQLogTextView.h"
 
 #include <QApplication>
 #include <QFile>

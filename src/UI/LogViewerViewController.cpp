@@ -2,7 +2,7 @@
 #include "UI/LogViewerViewController.h"
 
 #include "Execution/ScriptExecutorManager.h"
-#include "SyntaxHighlight/TQCodeEditorTextView.h"
+#include "UI/TQLogTextView.h"
 
 #include "ui_LogViewerView.h"
 
@@ -10,16 +10,15 @@
 #include <QLocale>
 #include <QPushButton>
 #include <QScrollBar>
-#include <QTextCursor>
 
 namespace {
 
 // One frame: chunks arriving faster than this are shown together.
 constexpr int flushIntervalMs = 16;
-// The most text one frame appends. A burst larger than this is shown over several frames, so
-// the event loop keeps answering the user while a script floods its output. Smaller shares
-// cost more in the end: each one lays the last, growing line out again.
-constexpr qsizetype flushBudget = 512 * 1024;
+// The most output one frame indexes: a few milliseconds of short lines. A larger backlog (a
+// long log opened late, a flood) is shown over several frames, so the event loop keeps
+// answering the user.
+constexpr qsizetype flushBudget = 4 * 1024 * 1024;
 
 } // namespace
 
@@ -50,22 +49,20 @@ LogViewerViewController::LogViewerViewController(const RunningScriptPtr& running
 LogViewerViewController::~LogViewerViewController()
 {
     disconnect(m_logSubscription);
+    // The view reads the run's store; it must not outlive the reference.
+    m_codeEditorView->setStore(nullptr);
 }
 
 void LogViewerViewController::viewDidLoad()
 {
-    m_codeEditorView->setReadOnly(true);
-    m_codeEditorView->setSyntaxHighlightEnabled(false);
-    // Nobody edits a log: an undo stack would only keep a second copy of the output.
-    m_codeEditorView->setUndoRedoEnabled(false);
-    m_codeEditorView->setShowsLineNumbers(false);
-    // A wrapped line is laid out again whole each time output extends it; a script printing
-    // megabyte lines would stall the program for seconds. Logs scroll sideways instead.
-    m_codeEditorView->setLineWrapMode(QPlainTextEdit::NoWrap);
-
     if (m_runningScript) {
-        m_codeEditorView->setString(m_runningScript->logs());
-        m_logSubscription = connect(m_runningScript.get(), &RunningScript::logsAppended, this,
+        // The view reads the run's bytes where they are: no second copy of the log, and no
+        // decoding of chunks nobody looks at (logsChanged carries no text).
+        m_codeEditorView->setStore(&m_runningScript->utf8Logs());
+        m_codeEditorView->storeGrew(flushBudget);
+        if (m_codeEditorView->hasUnshownText())
+            m_flushTimer.start();
+        m_logSubscription = connect(m_runningScript.get(), &RunningScript::logsChanged, this,
                                     &LogViewerViewController::outputAppended);
     }
 
@@ -114,57 +111,19 @@ void LogViewerViewController::updateLabel()
     m_runningFromLabel->setText(text);
 }
 
-void LogViewerViewController::outputAppended(QStringView text)
+void LogViewerViewController::outputAppended()
 {
-    // Drop what earlier frames took before the backlog grows: one move per doubling.
-    if (m_pendingOffset > 0 && m_pendingOffset >= m_pendingOutput.size() / 2) {
-        m_pendingOutput.remove(0, m_pendingOffset);
-        m_pendingOffset = 0;
-    }
-    m_pendingOutput.append(text);
     if (!m_flushTimer.isActive())
         m_flushTimer.start();
 }
 
 void LogViewerViewController::flushOutput()
 {
-    const QStringView rest = QStringView(m_pendingOutput).sliced(m_pendingOffset);
-    if (rest.isEmpty())
-        return;
-    qsizetype length = std::min(rest.size(), flushBudget);
-    // Never split a surrogate pair between two frames.
-    if (length < rest.size() && rest.at(length - 1).isHighSurrogate())
-        --length;
-
-    QScrollBar* scrollBar = m_codeEditorView->verticalScrollBar();
-    const bool following = scrollBar->value() == scrollBar->maximum();
-    const int scrollValue = scrollBar->value();
-    const QTextCursor selection = m_codeEditorView->textCursor();
-    const int anchor = selection.anchor();
-    const int position = selection.position();
-
-    QTextCursor end(m_codeEditorView->document());
-    end.movePosition(QTextCursor::End);
-    end.insertText(rest.first(length).toString());
-    m_pendingOffset += length;
-    if (m_pendingOffset == m_pendingOutput.size()) {
-        m_pendingOutput.clear();
-        m_pendingOffset = 0;
-    } else {
+    if (!m_codeEditorView->storeGrew(flushBudget))
         m_flushTimer.start();
-    }
-
-    // A cursor at the end would have moved past the new text: put the selection back as it was.
-    QTextCursor current = m_codeEditorView->textCursor();
-    if (current.anchor() != anchor || current.position() != position) {
-        current.setPosition(anchor);
-        current.setPosition(position, QTextCursor::KeepAnchor);
-        m_codeEditorView->setTextCursor(current);
-    }
-    scrollBar->setValue(following ? scrollBar->maximum() : scrollValue);
 }
 
 bool LogViewerViewController::hasPendingOutput() const
 {
-    return m_pendingOffset < m_pendingOutput.size();
+    return m_codeEditorView->hasUnshownText();
 }

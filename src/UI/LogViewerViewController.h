@@ -15,7 +15,7 @@
 
 class QLabel;
 class QPushButton;
-class TQCodeEditorTextView;
+class TQLogTextView;
 
 namespace Ui {
 class LogViewerView;
@@ -24,9 +24,10 @@ class LogViewerView;
 // The pane that shows one run's log live, read-only, under a line with the run's start and,
 // while it runs, its elapsed time.
 //
-// The text is always the whole log, but an update costs only the new output: chunks are
-// appended to the end, at most once per frame. The user's selection and scroll position stay
-// where they were; a view scrolled to the end follows the new output.
+// The text is always the whole log, but an update costs only the new output: the view reads
+// the run's own UTF-8 store and indexes what it gained, at most once per frame. The user's
+// selection and scroll position stay where they were; a view scrolled to the end follows the new
+// output.
 class LogViewerViewController : public QWidget
 {
     Q_OBJECT
@@ -42,7 +43,7 @@ public:
 
     QLabel* runningFromLabel() const { return m_runningFromLabel; }
     QPushButton* stopButton() const { return m_stopButton; }
-    TQCodeEditorTextView* codeEditorView() const { return m_codeEditorView; }
+    TQLogTextView* codeEditorView() const { return m_codeEditorView; }
     ScriptExecutorManager* scriptExecutor() const { return m_scriptExecutor; }
     const RunningScriptPtr& runningScript() const { return m_runningScript; }
     const QTimer* updateTimer() const { return m_updateTimer; }
@@ -62,21 +63,18 @@ public:
 
 private:
     void viewDidLoad();
-    void outputAppended(QStringView text);
+    void outputAppended();
     void flushOutput();
 
     std::unique_ptr<Ui::LogViewerView> m_ui;
     QLabel* m_runningFromLabel = nullptr;
     QPushButton* m_stopButton = nullptr;
-    TQCodeEditorTextView* m_codeEditorView = nullptr;
+    TQLogTextView* m_codeEditorView = nullptr;
     QPointer<ScriptExecutorManager> m_scriptExecutor;
     RunningScriptPtr m_runningScript;
     QMetaObject::Connection m_logSubscription;
     QTimer* m_updateTimer = nullptr;
 
-    // Output that arrived since the last frame.
-    QString m_pendingOutput;
-    qsizetype m_pendingOffset = 0;
     QTimer m_flushTimer;
     std::function<QDateTime()> m_now = [] {
         return QDateTime::currentDateTime();

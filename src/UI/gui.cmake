@@ -20,6 +20,8 @@ target_sources(brambleworth_gui PRIVATE
     UI/ScriptExporter.h
     UI/SidebarViewController.cpp
     UI/SidebarViewController.h
+    UI/TQLogTextView.cpp
+    UI/TQLogTextView.h
     UI/TQOutlineView.cpp
     UI/TQOutlineView.h
 )
