@@ -11,6 +11,8 @@ target_sources(brambleworth_core PRIVATE
     SyntaxHighlight/Color.h
     SyntaxHighlight/CSSColors.cpp
     SyntaxHighlight/CSSColors.h
+    SyntaxHighlight/GraphemeCount.cpp
+    SyntaxHighlight/GraphemeCount.h
     SyntaxHighlight/HighlightAttributedString.cpp
     SyntaxHighlight/HighlightAttributedString.h
     SyntaxHighlight/HighlightedHTMLParser.cpp

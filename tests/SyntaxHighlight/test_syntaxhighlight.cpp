@@ -5,6 +5,7 @@
 #include "QuillonCommons/LogCapture.h"
 #include "SyntaxHighlight/BuiltInThemes.h"
 #include "SyntaxHighlight/CompiledPattern.h"
+#include "SyntaxHighlight/GraphemeCount.h"
 #include "SyntaxHighlight/HTMLEntities.h"
 #include "SyntaxHighlight/HighlightedHTMLParser.h"
 #include "SyntaxHighlight/JavaScriptContext.h"
@@ -394,7 +395,7 @@ void TestSyntaxHighlight::characterCount()
 {
     QFETCH(QString, text);
     QFETCH(int, count);
-    QCOMPARE(HighlightedHTMLParser::characterCount(text), count);
+    QCOMPARE(GraphemeCount::characterCount(text), count);
 }
 
 void TestSyntaxHighlight::compiledPatterns()
