@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "common/GoldenFile.h"
 #include "common/TestEnvironment.h"
 
 #include "Model/Preferences.h"
@@ -577,14 +578,9 @@ void TestSyntaxHighlight::golden()
         m_highlight->highlightRanges(code, input.section(u'.', -1), builtInTheme(theme));
     QVERIFY(ranges.size() > 1);
     const QByteArray actual = serialise(ranges, code);
-    const QString reference = goldenFolder() + "/reference/" + input + '.' + theme + ".txt";
-    if (qEnvironmentVariableIsSet("BRAMBLEWORTH_REGENERATE_GOLDEN")) {
-        TestEnvironment::writeFile(reference, actual);
-        return;
-    }
-    TestEnvironment::writeFile(
-        TestEnvironment::outputFolder() + "/golden/" + input + '.' + theme + ".txt", actual);
-    QCOMPARE(QString::fromUtf8(actual), QString::fromUtf8(TestEnvironment::readFile(reference)));
+    const QString name = input + '.' + theme + ".txt";
+    BRAMBLEWORTH_COMPARE_GOLDEN(actual, goldenFolder() + "/reference/" + name,
+                                TestEnvironment::outputFolder() + "/golden/" + name);
 }
 
 BRAMBLEWORTH_TEST_MAIN(TestSyntaxHighlight)
