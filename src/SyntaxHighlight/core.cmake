@@ -106,6 +106,10 @@ set_source_files_properties(${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUA
 # that lists its outputs, and two npm installs into one folder at once break each other.
 add_custom_target(brambleworth_highlightjs_scripts
     DEPENDS ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES})
+# Qt lists the resource files again in a target of its own for IDEs; this property makes that
+# target wait for the one above too.
+set_source_files_properties(${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
+    PROPERTIES _qt_resource_target_dependency brambleworth_highlightjs_scripts)
 
 qt_add_resources(brambleworth_core brambleworth_highlightjs
     PREFIX /highlightjs
