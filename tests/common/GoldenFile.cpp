@@ -95,8 +95,7 @@ std::vector<Edit> editScript(const QList<QByteArray>& a, const QList<QByteArray>
 QString range(qsizetype first, qsizetype count)
 {
     const qsizetype start = count == 0 ? first : first + 1;
-    return count == 1 ? QString::number(start)
-                      : QStringLiteral("%1,%2").arg(start).arg(count);
+    return count == 1 ? QString::number(start) : QStringLiteral("%1,%2").arg(start).arg(count);
 }
 
 } // namespace
@@ -162,8 +161,7 @@ QString compare(const QByteArray& actual, const QString& referencePath, const QS
         return {};
     }
     TestEnvironment::writeFile(outputPath, actual);
-    return unifiedDiff(TestEnvironment::readFile(referencePath), actual, referencePath,
-                       outputPath);
+    return unifiedDiff(TestEnvironment::readFile(referencePath), actual, referencePath, outputPath);
 }
 
 } // namespace GoldenFile

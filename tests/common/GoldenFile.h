@@ -25,6 +25,6 @@ QString unifiedDiff(const QByteArray& expected, const QByteArray& actual,
     do {                                                                                           \
         const QString goldenDiff_ = GoldenFile::compare((actual), (referencePath), (outputPath));  \
         if (!goldenDiff_.isEmpty())                                                                \
-            QFAIL(qPrintable(QStringLiteral("output differs from its reference:\n") +              \
-                             goldenDiff_));                                                        \
+            QFAIL(                                                                                 \
+                qPrintable(QStringLiteral("output differs from its reference:\n") + goldenDiff_)); \
     } while (false)

@@ -41,17 +41,14 @@ void TestGoldenFile::diffReadsLikeDiffUtils_data()
     // reference and missing final newlines.
     const QByteArray twenty = numberedLines(20);
     QTest::newRow("one line changed") << twenty << replaced(twenty, "line 10\n", "LINE 10\n");
-    QTest::newRow("first and last") << twenty
-                                    << replaced(replaced(twenty, "line 1\n", ""), "line 20\n",
-                                                "line 20\nline 21\n");
-    QTest::newRow("gap of six merges") << twenty
-                                       << replaced(replaced(twenty, "line 5\n", "five\n"),
-                                                   "line 12\n", "twelve\n");
-    QTest::newRow("gap of seven splits") << twenty
-                                         << replaced(replaced(twenty, "line 5\n", "five\n"),
-                                                     "line 13\n", "thirteen\n");
-    QTest::newRow("insertion only") << twenty
-                                    << replaced(twenty, "line 8\n", "line 8\nnew a\nnew b\n");
+    QTest::newRow("first and last")
+        << twenty << replaced(replaced(twenty, "line 1\n", ""), "line 20\n", "line 20\nline 21\n");
+    QTest::newRow("gap of six merges")
+        << twenty << replaced(replaced(twenty, "line 5\n", "five\n"), "line 12\n", "twelve\n");
+    QTest::newRow("gap of seven splits")
+        << twenty << replaced(replaced(twenty, "line 5\n", "five\n"), "line 13\n", "thirteen\n");
+    QTest::newRow("insertion only")
+        << twenty << replaced(twenty, "line 8\n", "line 8\nnew a\nnew b\n");
     QTest::newRow("deletion only") << twenty << replaced(twenty, "line 3\nline 4\n", "");
     QTest::newRow("no reference") << QByteArray() << numberedLines(2);
     QTest::newRow("no output") << numberedLines(2) << QByteArray();
@@ -86,8 +83,9 @@ void TestGoldenFile::compareWritesTheOutputAndRegenerates()
     TestEnvironment::writeFile(reference, "kept\nold\n");
 
     QVERIFY(GoldenFile::compare("kept\nold\n", reference, output).isEmpty());
-    QCOMPARE(GoldenFile::compare("kept\nnew\n", reference, output),
-             QString("--- %1\n+++ %2\n@@ -1,2 +1,2 @@\n kept\n-old\n+new\n").arg(reference, output));
+    QCOMPARE(
+        GoldenFile::compare("kept\nnew\n", reference, output),
+        QString("--- %1\n+++ %2\n@@ -1,2 +1,2 @@\n kept\n-old\n+new\n").arg(reference, output));
     QCOMPARE(TestEnvironment::readFile(output), "kept\nnew\n");
 
     qputenv("BRAMBLEWORTH_REGENERATE_GOLDEN", "1");
