@@ -90,7 +90,7 @@ public:
         script.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         m_output = QFile::encodeName(m_folder.filePath(QStringLiteral("stamp")));
 
-        if (!X11HotKeys::install())
+        if (!X11HotKeys::install(KeyboardLayout::shared()))
             return false;
         HotKeyManager::installEventHandler();
         return HotKeyManager::registerHotKey(QStringLiteral("bench"), QStringLiteral("k"),

@@ -6,15 +6,13 @@
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/FileUtils.h"
+#include "QuillonCommons/JsonReader.h"
 #include "QuillonCommons/JsonWriter.h"
 
-#include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <QJsonParseError>
 #include <QPointer>
 #include <QSet>
 
+#include <charconv>
 #include <cmath>
 
 const QString AppHotKeyManager::fileName = QStringLiteral("HotKeys.json");
@@ -28,29 +26,33 @@ AppError corrupted(const QString& reason)
         reason);
 }
 
-QString string(const QJsonObject& object, const QString& key)
+void readString(JsonReader& reader, QString& value, const char* key)
 {
-    const QJsonValue value = object.value(key);
-    if (!value.isString())
-        throw corrupted(QStringLiteral("No string value for key “%1”.").arg(key));
-    return value.toString();
+    if (reader.peek() != JsonReader::Type::String)
+        throw corrupted(QStringLiteral("No string value for key “%1”.").arg(QLatin1String(key)));
+    // Fails on an escape that is half a surrogate pair: such text could never be saved again.
+    reader.readString(value);
 }
 
-quint64 unsignedInteger(const QJsonObject& object, const QString& key)
+void readUnsignedInteger(JsonReader& reader, quint64& value, const char* key)
 {
-    const QJsonValue value = object.value(key);
-    if (!value.isDouble())
-        throw corrupted(QStringLiteral("No number value for key “%1”.").arg(key));
-    // Integers within 64 bits come back exactly; anything else went through a double.
-    const qint64 integer = value.toInteger(-1);
-    if (integer >= 0)
-        return static_cast<quint64>(integer);
-    const double number = value.toDouble();
-    if (number < 0 || number >= 18446744073709551616.0 || std::trunc(number) != number)
+    QByteArrayView text;
+    if (reader.peek() != JsonReader::Type::Number || !reader.readNumber(text))
+        throw corrupted(QStringLiteral("No number value for key “%1”.").arg(QLatin1String(key)));
+    // Plain digits are read exactly, all 64 bits of them; a fraction or an exponent goes
+    // through a double and must still name a whole number in range.
+    const auto [end, error] = std::from_chars(text.begin(), text.end(), value);
+    if (end == text.end() && error == std::errc())
+        return;
+    const bool plainDigits = end == text.end() && error == std::errc::result_out_of_range;
+    bool converted = false;
+    const double number = plainDigits ? -1 : text.toDouble(&converted);
+    if (!converted || number < 0 || number >= 18446744073709551616.0 ||
+        std::trunc(number) != number)
         throw corrupted(
             QStringLiteral("Number for key “%1” does not fit an unsigned 64-bit integer.")
-                .arg(key));
-    return static_cast<quint64>(number);
+                .arg(QLatin1String(key)));
+    value = static_cast<quint64>(number);
 }
 
 } // namespace
@@ -108,21 +110,47 @@ QByteArray AppHotKeyManager::encode(const QList<RegisteredHotKey>& hotKeys)
 
 QList<RegisteredHotKey> AppHotKeyManager::decode(const QByteArray& data)
 {
-    QJsonParseError parseError;
-    const QJsonDocument document = QJsonDocument::fromJson(data, &parseError);
-    if (parseError.error != QJsonParseError::NoError)
-        throw corrupted(parseError.errorString());
-    if (!document.isArray())
-        throw corrupted(QStringLiteral("Expected an array."));
+    JsonReader reader(data);
+    if (reader.peek() != JsonReader::Type::Array)
+        throw corrupted(reader.ok() ? QStringLiteral("Expected an array.") : reader.errorString());
+    reader.beginArray();
     QList<RegisteredHotKey> hotKeys;
-    for (const QJsonValue& element : document.array()) {
-        if (!element.isObject())
+    QByteArray name;
+    while (reader.nextElement()) {
+        if (reader.peek() != JsonReader::Type::Object)
             throw corrupted(QStringLiteral("Expected an object in the array."));
-        const QJsonObject object = element.toObject();
-        hotKeys.append(RegisteredHotKey{string(object, QStringLiteral("id")),
-                                        string(object, QStringLiteral("key")),
-                                        unsignedInteger(object, QStringLiteral("modifiers"))});
+        RegisteredHotKey hotKey;
+        bool hasId = false;
+        bool hasKey = false;
+        bool hasModifiers = false;
+        reader.beginObject();
+        while (reader.ok() && reader.nextKey(name)) {
+            if (name == "id") {
+                readString(reader, hotKey.id, "id");
+                hasId = true;
+            } else if (name == "key") {
+                readString(reader, hotKey.key, "key");
+                hasKey = true;
+            } else if (name == "modifiers") {
+                readUnsignedInteger(reader, hotKey.modifiers, "modifiers");
+                hasModifiers = true;
+            } else {
+                reader.skipValue();
+            }
+        }
+        if (!reader.ok())
+            throw corrupted(reader.errorString());
+        if (!hasId || !hasKey || !hasModifiers)
+            throw corrupted(QStringLiteral("No value for key “%1”.")
+                                .arg(QLatin1String(!hasId    ? "id"
+                                                   : !hasKey ? "key"
+                                                             : "modifiers")));
+        hotKeys.append(hotKey);
     }
+    if (!reader.ok())
+        throw corrupted(reader.errorString());
+    if (!reader.atEnd())
+        throw corrupted(QStringLiteral("Unexpected data after the array."));
     return hotKeys;
 }
 
@@ -133,11 +161,18 @@ void AppHotKeyManager::load()
         AppLogger::error(QStringLiteral("hotkeys file is nil"));
         return;
     }
+    const QString path = *directory + QLatin1Char('/') + fileName;
+    for (const QString& leftover : FileUtils::removeInterruptedSaves(path))
+        AppLogger::info(QStringLiteral("removed the leftover of an interrupted save: ") + leftover);
     try {
-        m_registeredHotKeys =
-            decode(FileUtils::readWholeFile(*directory + QLatin1Char('/') + fileName));
+        const auto text = JsonReader::utf8Text(FileUtils::readWholeFile(path));
+        if (!text)
+            throw corrupted(QStringLiteral("The text is not valid in its encoding."));
+        m_registeredHotKeys = decode(*text);
+        m_unreadable.loadSucceeded();
     } catch (const std::exception& failure) {
         AppLogger::error(failure, QStringLiteral("load()"), __LINE__);
+        m_unreadable.loadFailed(path);
     }
 }
 
@@ -149,6 +184,8 @@ void AppHotKeyManager::save()
         return;
     }
     try {
+        if (!m_unreadable.prepareSave(QStringLiteral("save()"), __LINE__))
+            return;
         FileUtils::writeAtomically(*directory + QLatin1Char('/') + fileName,
                                    encode(m_registeredHotKeys));
     } catch (const std::exception& failure) {

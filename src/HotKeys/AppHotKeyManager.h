@@ -3,6 +3,7 @@
 
 #include "HotKeys/ModifierFlags.h"
 #include "HotKeys/RegisteredHotKey.h"
+#include "QuillonCommons/UnreadableFileKeeper.h"
 
 #include <QList>
 #include <QObject>
@@ -54,4 +55,5 @@ private:
     void removeRecords(const QString& id);
 
     QList<RegisteredHotKey> m_registeredHotKeys;
+    UnreadableFileKeeper m_unreadable;
 };

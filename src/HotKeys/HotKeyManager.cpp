@@ -16,6 +16,7 @@ struct StaticState
     bool eventHandlerInstalled = false;
     std::vector<HotKeyManager::HotKeyData> hotKeys;
     std::unique_ptr<HotKeyBackend> backend;
+    const KeyboardLayout* keyboardLayout = nullptr;
 };
 
 StaticState& state()
@@ -47,16 +48,7 @@ quint32 HotKeyManager::signature()
 
 quint32 HotKeyManager::carbonModifiers(ModifierFlags flags)
 {
-    quint32 mask = 0;
-    if (flags & ModifierFlag::command)
-        mask |= CarbonModifier::command;
-    if (flags & ModifierFlag::shift)
-        mask |= CarbonModifier::shift;
-    if (flags & ModifierFlag::option)
-        mask |= CarbonModifier::option;
-    if (flags & ModifierFlag::control)
-        mask |= CarbonModifier::control;
-    return mask;
+    return CarbonModifier::fromFlags(flags);
 }
 
 void HotKeyManager::installEventHandler()
@@ -78,7 +70,9 @@ bool HotKeyManager::isEventHandlerInstalled()
 bool HotKeyManager::registerHotKey(const QString& identifier, const QString& key,
                                    ModifierFlags modifiers, Handler handler)
 {
-    const auto& mapping = KeyboardLayout::shared().keyCodesMapping();
+    StaticState& s = state();
+    static const QHash<QString, quint16> noMapping;
+    const auto& mapping = s.keyboardLayout ? s.keyboardLayout->keyCodesMapping() : noMapping;
     const auto found = mapping.constFind(key);
     if (mapping.isEmpty() || found == mapping.constEnd()) {
         AppLogger::error(QStringLiteral("unable to get correct keycode for key ") + key);
@@ -86,7 +80,6 @@ bool HotKeyManager::registerHotKey(const QString& identifier, const QString& key
     }
     const quint32 mask = carbonModifiers(modifiers);
 
-    StaticState& s = state();
     // Ids are never reused within a process; running out of them is not recoverable.
     if (s.nextId == std::numeric_limits<quint32>::max())
         qFatal("hot key id counter overflow");
@@ -165,6 +158,16 @@ void HotKeyManager::setBackend(std::unique_ptr<HotKeyBackend> backend)
         s.backend->removeEventHandler();
     s.eventHandlerInstalled = false;
     s.backend = std::move(backend);
+}
+
+void HotKeyManager::setKeyboardLayout(const KeyboardLayout* layout)
+{
+    state().keyboardLayout = layout;
+}
+
+const KeyboardLayout* HotKeyManager::keyboardLayout()
+{
+    return state().keyboardLayout;
 }
 
 HotKeyBackend* HotKeyManager::backend()

@@ -11,6 +11,8 @@
 #include <optional>
 #include <vector>
 
+class KeyboardLayout;
+
 // Process-wide registry of global hot keys by a caller's identifier (a script id). It knows
 // nothing of scripts or files; every operation runs on the main thread.
 class HotKeyManager
@@ -61,4 +63,10 @@ public:
     // tests). Replacing it forgets the handler installation of the previous one.
     static void setBackend(std::unique_ptr<HotKeyBackend> backend);
     static HotKeyBackend* backend();
+
+    // The layout whose mapping turns key strings into key codes; installed at start-up. Without
+    // one every registration is refused as an unknown key. Not owned: it outlives the
+    // registrations.
+    static void setKeyboardLayout(const KeyboardLayout* layout);
+    static const KeyboardLayout* keyboardLayout();
 };

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "HotKeys/KeyboardLayout.h"
 
-#include "HotKeys/HotKeyManager.h"
 #include "HotKeys/IndependentKey.h"
 #include "HotKeys/KeyboardLayoutSource.h"
 #include "QuillonCommons/AppLogger.h"
@@ -11,19 +10,7 @@ const QString KeyboardLayout::selectedKeyboardInputSourceChanged =
 
 namespace {
 
-std::unique_ptr<KeyboardLayoutSource>& installedSource()
-{
-    static std::unique_ptr<KeyboardLayoutSource> source;
-    return source;
-}
-
-KeyboardLayout*& sharedInstance()
-{
-    static KeyboardLayout* instance = nullptr;
-    return instance;
-}
-
-// Stands in until the platform installs a real source: a layout without any data.
+// Stands in until a real source is set: a layout without any data.
 class NoLayoutSource : public KeyboardLayoutSource
 {
 public:
@@ -31,9 +18,17 @@ public:
     std::optional<QString> string(quint16, quint32) const override { return std::nullopt; }
 };
 
+std::unique_ptr<KeyboardLayoutSource> orNoLayout(std::unique_ptr<KeyboardLayoutSource> source)
+{
+    if (source)
+        return source;
+    return std::make_unique<NoLayoutSource>();
+}
+
 } // namespace
 
-KeyboardLayout::KeyboardLayout()
+KeyboardLayout::KeyboardLayout(std::unique_ptr<KeyboardLayoutSource> source)
+    : m_source(orNoLayout(std::move(source)))
 {
     buildMapping();
     m_distributedNotificationsObserver.observe(
@@ -43,30 +38,18 @@ KeyboardLayout::KeyboardLayout()
         });
 }
 
+KeyboardLayout::~KeyboardLayout() = default;
+
 KeyboardLayout& KeyboardLayout::shared()
 {
-    // Kept for the whole process: hot key lookups may come until the very end.
-    static KeyboardLayout* instance = [] {
-        auto* layout = new KeyboardLayout;
-        sharedInstance() = layout;
-        return layout;
-    }();
+    static KeyboardLayout* instance = new KeyboardLayout;
     return *instance;
 }
 
 void KeyboardLayout::setLayoutSource(std::unique_ptr<KeyboardLayoutSource> source)
 {
-    installedSource() = std::move(source);
-    if (KeyboardLayout* layout = sharedInstance())
-        layout->buildMapping();
-}
-
-KeyboardLayoutSource* KeyboardLayout::layoutSource()
-{
-    auto& source = installedSource();
-    if (!source)
-        source = std::make_unique<NoLayoutSource>();
-    return source.get();
+    m_source = orNoLayout(std::move(source));
+    buildMapping();
 }
 
 std::optional<QString> KeyboardLayout::translate(quint16 keyCode,
@@ -75,23 +58,22 @@ std::optional<QString> KeyboardLayout::translate(quint16 keyCode,
 {
     if (const auto independent = IndependentKeys::fromKeyCode(keyCode))
         return IndependentKeys::displayString(*independent);
-    return layout.string(keyCode, HotKeyManager::carbonModifiers(modifiers));
+    return layout.string(keyCode, CarbonModifier::fromFlags(modifiers));
 }
 
 std::optional<QString> KeyboardLayout::string(quint16 keyCode, ModifierFlags modifiers) const
 {
-    const KeyboardLayoutSource* source = layoutSource();
-    if (!source->hasLayoutData()) {
+    if (!m_source->hasLayoutData()) {
         AppLogger::error(QStringLiteral("unable to get layout data"));
         return std::nullopt;
     }
-    return translate(keyCode, *source, modifiers);
+    return translate(keyCode, *m_source, modifiers);
 }
 
 void KeyboardLayout::buildMapping()
 {
     m_keyCodesMapping.clear();
-    const KeyboardLayoutSource* source = layoutSource();
+    const KeyboardLayoutSource* source = m_source.get();
     if (!source->hasLayoutData()) {
         AppLogger::error(QStringLiteral("unable to get layout data"));
         return;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #pragma once
 
+#include "HotKeys/KeyboardLayoutSource.h"
 #include "HotKeys/ModifierFlags.h"
 #include "QuillonCommons/DistributedNotificationsObserver.h"
 
@@ -10,8 +11,6 @@
 #include <memory>
 #include <optional>
 
-class KeyboardLayoutSource;
-
 // Key strings of the current layout ("a", "7", "↩", "F5") and the virtual key codes that type
 // them; rebuilt whenever the layout changes.
 class KeyboardLayout
@@ -19,12 +18,19 @@ class KeyboardLayout
 public:
     static const QString selectedKeyboardInputSourceChanged;
 
+    // The layout of the given source; without one, a layout that has no data until a source
+    // is set. The mapping is built at once.
+    explicit KeyboardLayout(std::unique_ptr<KeyboardLayoutSource> source = nullptr);
+    ~KeyboardLayout();
+
+    // The instance of the process, created on first use and kept to the very end (hot key
+    // lookups may come until then). Only the start-up wiring asks for it; everything else is
+    // handed its layout.
     static KeyboardLayout& shared();
 
-    // The layout source that every lookup uses; the previous one is dropped. Rebuilds the
-    // mapping of the shared instance if it exists.
-    static void setLayoutSource(std::unique_ptr<KeyboardLayoutSource> source);
-    static KeyboardLayoutSource* layoutSource();
+    // Replaces the source (the previous one is dropped) and rebuilds the mapping.
+    void setLayoutSource(std::unique_ptr<KeyboardLayoutSource> source);
+    const KeyboardLayoutSource& layoutSource() const { return *m_source; }
 
     // For each string the lowest key code that types it without modifiers.
     const QHash<QString, quint16>& keyCodesMapping() const { return m_keyCodesMapping; }
@@ -40,9 +46,9 @@ public:
     KeyboardLayout& operator=(const KeyboardLayout&) = delete;
 
 private:
-    KeyboardLayout();
     void buildMapping();
 
+    std::unique_ptr<KeyboardLayoutSource> m_source;
     DistributedNotificationsObserver m_distributedNotificationsObserver;
     QHash<QString, quint16> m_keyCodesMapping;
 };

@@ -24,4 +24,13 @@ constexpr quint32 command = 0x0100;
 constexpr quint32 shift = 0x0200;
 constexpr quint32 option = 0x0800;
 constexpr quint32 control = 0x1000;
+
+// The mask of a flag set: command, shift, option and control; every other flag is dropped.
+constexpr quint32 fromFlags(ModifierFlags flags)
+{
+    return ((flags & ModifierFlag::command) ? command : 0) |
+           ((flags & ModifierFlag::shift) ? shift : 0) |
+           ((flags & ModifierFlag::option) ? option : 0) |
+           ((flags & ModifierFlag::control) ? control : 0);
+}
 } // namespace CarbonModifier

@@ -310,9 +310,12 @@ ScriptList Script::decodeLibrary(const QByteArray& data)
                 QString encoded;
                 read = optionalString(encoded, "bookmark");
                 if (read && !encoded.isNull()) {
+                    // Standard padded Base64 only: Qt alone would take "AQI" or "A", and a
+                    // bookmark read that way is written back different from what was read.
+                    const QByteArray latin1 = encoded.toLatin1();
                     const auto decoded = QByteArray::fromBase64Encoding(
-                        encoded.toLatin1(), QByteArray::AbortOnBase64DecodingErrors);
-                    if (!decoded)
+                        latin1, QByteArray::AbortOnBase64DecodingErrors);
+                    if (!decoded || decoded.decoded.toBase64() != latin1)
                         typeError("bookmark", "Base64 data");
                     script->m_bookmark = *decoded;
                 }

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 ScriptsManager::ScriptsManager(QObject* parent) : QObject(parent) {}
@@ -70,13 +71,17 @@ void ScriptsManager::loadScripts(bool removing)
         AppLogger::error(QStringLiteral("database file is nil"));
         return;
     }
+    for (const QString& leftover : FileUtils::removeInterruptedSaves(*path))
+        AppLogger::info(QStringLiteral("removed the leftover of an interrupted save: ") + leftover);
     try {
         const ScriptList loaded = Script::decodeLibrary(FileUtils::readWholeFile(*path));
+        m_unreadable.loadSucceeded();
         if (removing)
             setScripts({});
         setScripts(m_scripts + loaded);
     } catch (const AppError& error) {
         AppLogger::error(error, QStringLiteral("loadScripts(removing:)"), __LINE__);
+        m_unreadable.loadFailed(*path);
     }
 }
 
@@ -100,6 +105,8 @@ void ScriptsManager::saveScripts()
             throw AppError(
                 QStringLiteral("The library couldn’t be written because it isn’t valid text."),
                 reason);
+        if (!m_unreadable.prepareSave(QStringLiteral("saveScripts()"), __LINE__))
+            return;
         FileUtils::writeAtomically(*path, *data);
     } catch (const AppError& error) {
         AppLogger::error(error, QStringLiteral("saveScripts()"), __LINE__);
@@ -114,17 +121,27 @@ struct PlistDeleter
 };
 using PlistHandle = std::unique_ptr<std::remove_pointer_t<plist_t>, PlistDeleter>;
 
+[[noreturn]] void notAPropertyList(const QString& reason)
+{
+    throw AppError(
+        QStringLiteral(
+            "The file “IDs.plist” couldn’t be read because it isn’t in the correct format."),
+        reason);
+}
+
 std::optional<QString> plistString(plist_t node)
 {
     if (!node || plist_get_node_type(node) != PLIST_STRING)
         return std::nullopt;
-    char* value = nullptr;
-    plist_get_string_val(node, &value);
+    // By length: libplist aborts the program when asked for the value of a string that holds
+    // a NUL byte.
+    uint64_t length = 0;
+    const char* value = plist_get_string_ptr(node, &length);
     if (!value)
         return std::nullopt;
-    QString text = QString::fromUtf8(value);
-    std::free(value);
-    return text;
+    if (std::strlen(value) != length)
+        notAPropertyList(QStringLiteral("A string holds a NUL character."));
+    return QString::fromUtf8(value, qsizetype(length));
 }
 
 // The keys of a dictionary node with their value nodes, in the file's order.
@@ -135,37 +152,35 @@ bool forEachEntry(plist_t dictionary, Visit visit)
     plist_dict_new_iter(dictionary, &iterator);
     if (!iterator)
         return true;
-    bool ok = true;
+    // `visit` may throw.
+    const std::unique_ptr<void, decltype(&std::free)> owned(iterator, &std::free);
     for (;;) {
         char* key = nullptr;
         plist_t value = nullptr;
         plist_dict_next_item(dictionary, iterator, &key, &value);
         if (!key)
-            break;
+            return true;
         const QString name = QString::fromUtf8(key);
         std::free(key);
-        if (!visit(name, value)) {
-            ok = false;
-            break;
-        }
+        if (!visit(name, value))
+            return false;
     }
-    std::free(iterator);
-    return ok;
 }
 
 } // namespace
 
 std::optional<ScriptsManager::BuiltInIDs> ScriptsManager::parseBuiltInIDs(const QByteArray& data)
 {
+    // XML allows no NUL character at all, and libplist keeps one in a key or a string where
+    // later calls abort on it: such a file is refused before it is parsed.
+    if (!data.startsWith("bplist") && data.contains('\0'))
+        notAPropertyList(QStringLiteral("It holds a NUL character."));
     plist_t raw = nullptr;
     if (data.size() >= 6)
         plist_from_memory(data.constData(), uint32_t(data.size()), &raw);
     PlistHandle root(raw);
     if (!root)
-        throw AppError(
-            QStringLiteral(
-                "The file “IDs.plist” couldn’t be read because it isn’t in the correct format."),
-            QStringLiteral("It is not a property list."));
+        notAPropertyList(QStringLiteral("It is not a property list."));
     if (plist_get_node_type(root.get()) != PLIST_DICT)
         return std::nullopt;
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Model/Script.h"
+#include "QuillonCommons/UnreadableFileKeeper.h"
 
 #include <QMap>
 #include <QObject>
@@ -48,4 +49,5 @@ signals:
 
 private:
     ScriptList m_scripts;
+    UnreadableFileKeeper m_unreadable;
 };

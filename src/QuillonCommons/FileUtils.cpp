@@ -4,14 +4,21 @@
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
 
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QScopeGuard>
 #include <QUuid>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 std::optional<QString> FileUtils::makeScratchDirectory(const QString& function, int line)
 {
@@ -60,30 +67,158 @@ QString FileUtils::temporaryDirectoryURL()
 
 QByteArray FileUtils::readWholeFile(const QString& path)
 {
-    QFile file(path);
     const QString name = QFileInfo(path).fileName();
-    if (!file.open(QIODevice::ReadOnly))
-        throw AppError(QStringLiteral("The file “%1” couldn’t be opened.").arg(name),
-                       file.errorString());
-    QByteArray data = file.readAll();
-    if (file.error() != QFileDevice::NoError)
-        throw AppError(QStringLiteral("The file “%1” couldn’t be read.").arg(name),
-                       file.errorString());
+    const auto failure = [&name](const char* what, const QString& reason) {
+        return AppError(
+            QStringLiteral("The file “%1” couldn’t be %2.").arg(name, QLatin1String(what)), reason);
+    };
+    // Non-blocking, so that opening a FIFO answers at once instead of waiting for a writer.
+    const int fd =
+        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (fd < 0)
+        throw failure("opened", qt_error_string(errno));
+    const auto closing = qScopeGuard([fd] { ::close(fd); });
+    struct stat info
+    {};
+    if (::fstat(fd, &info) != 0)
+        throw failure("opened", qt_error_string(errno));
+    if (!S_ISREG(info.st_mode))
+        throw failure("opened", QStringLiteral("It is not a regular file."));
+    if (info.st_size > maximumReadSize)
+        throw failure("read", QStringLiteral("It is larger than %1 bytes.").arg(maximumReadSize));
+
+    // The size is a hint: the file may grow or shrink while it is read.
+    QByteArray data;
+    data.resize(qsizetype(info.st_size) + 1);
+    qsizetype used = 0;
+    for (;;) {
+        if (used == data.size()) {
+            if (used > maximumReadSize)
+                throw failure("read",
+                              QStringLiteral("It is larger than %1 bytes.").arg(maximumReadSize));
+            data.resize(std::min<qsizetype>(used * 2 + 4096, maximumReadSize + 1));
+        }
+        const ssize_t n = ::read(fd, data.data() + used, size_t(data.size() - used));
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            throw failure("read", qt_error_string(errno));
+        if (n == 0)
+            break;
+        used += n;
+    }
+    if (used > maximumReadSize)
+        throw failure("read", QStringLiteral("It is larger than %1 bytes.").arg(maximumReadSize));
+    data.truncate(used);
     return data;
 }
 
 void FileUtils::writeAtomically(const QString& path, const QByteArray& data)
 {
+    const auto failure = [&path](const QString& reason) {
+        return AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), reason);
+    };
+    // Unbuffered: a buffered write that fails only when commit() flushes it (a full disk) is
+    // not reported by commit(), which then replaces the file with a short one.
     QSaveFile file(path);
-    if (!file.open(QIODevice::WriteOnly))
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path),
-                       file.errorString());
-    if (file.write(data) != data.size()) {
-        const QString reason = file.errorString();
-        file.cancelWriting();
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path), reason);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        throw failure(file.errorString());
+    // A short write carries no error of its own; the next attempt reports the system's reason.
+    qint64 written = 0;
+    while (written < data.size()) {
+        const qint64 n = file.write(data.constData() + written, data.size() - written);
+        if (n <= 0) {
+            const QString reason = file.errorString();
+            file.cancelWriting();
+            throw failure(reason);
+        }
+        written += n;
     }
     if (!file.commit())
-        throw AppError(QStringLiteral("The file “%1” couldn’t be saved.").arg(path),
-                       file.errorString());
+        throw failure(file.errorString());
+}
+
+QString FileUtils::setAsideUnreadable(const QString& path)
+{
+    const QByteArray data = readWholeFile(path);
+    const QString stem = path + QStringLiteral(".unreadable-") +
+                         QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd-HHmmss"));
+    // Never replaces an earlier copy: two set-asides within one second get a counter.
+    for (int attempt = 0;; ++attempt) {
+        const QString target =
+            attempt == 0 ? stem : stem + QLatin1Char('-') + QString::number(attempt);
+        const int fd = ::open(QFile::encodeName(target).constData(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600);
+        if (fd < 0 && errno == EEXIST && attempt < 100)
+            continue;
+        if (fd < 0)
+            throw AppError::fromErrno(
+                errno, QStringLiteral("The file “%1” couldn’t be copied.").arg(path));
+        qsizetype done = 0;
+        int error = 0;
+        while (done < data.size() && error == 0) {
+            const ssize_t n = ::write(fd, data.constData() + done, size_t(data.size() - done));
+            if (n > 0)
+                done += n;
+            else if (n == 0)
+                error = EIO;
+            else if (errno != EINTR)
+                error = errno;
+        }
+        if (error == 0 && ::fsync(fd) != 0)
+            error = errno;
+        ::close(fd);
+        if (error != 0) {
+            ::unlink(QFile::encodeName(target).constData());
+            throw AppError::fromErrno(
+                error, QStringLiteral("The file “%1” couldn’t be copied.").arg(path));
+        }
+        return target;
+    }
+}
+
+namespace {
+
+// QSaveFile's side-file suffix is six random ASCII letters. A suffix that reads as a word in
+// one case ("backup", "BACKUP", "Backup") is more likely the user's own copy than ours, and
+// is left alone; ours take that form once in about twenty saves.
+bool isSaveSuffix(QStringView suffix)
+{
+    if (suffix.size() != 6)
+        return false;
+    int upper = 0;
+    for (const QChar c : suffix) {
+        if (c >= QLatin1Char('A') && c <= QLatin1Char('Z'))
+            ++upper;
+        else if (c < QLatin1Char('a') || c > QLatin1Char('z'))
+            return false;
+    }
+    const bool capitalised = upper == 1 && suffix.front().isUpper();
+    return upper != 0 && upper != 6 && !capitalised;
+}
+
+} // namespace
+
+QStringList FileUtils::removeInterruptedSaves(const QString& path)
+{
+    const QFileInfo target(path);
+    const QString prefix = target.fileName() + QLatin1Char('.');
+    QDir folder = target.dir();
+    const QStringList candidates =
+        folder.entryList({prefix + QStringLiteral("??????")}, QDir::Files | QDir::Hidden);
+    QStringList removed;
+    for (const QString& name : candidates) {
+        if (!isSaveSuffix(QStringView(name).mid(prefix.size())))
+            continue;
+        const QString candidate = folder.filePath(name);
+        struct stat info
+        {};
+        // Only a plain file of ours: never through a symbolic link, never someone else's.
+        if (::lstat(QFile::encodeName(candidate).constData(), &info) != 0 ||
+            !S_ISREG(info.st_mode) || info.st_uid != ::geteuid())
+            continue;
+        if (::unlink(QFile::encodeName(candidate).constData()) == 0)
+            removed << candidate;
+    }
+    return removed;
 }

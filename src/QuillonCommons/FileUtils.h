@@ -24,8 +24,19 @@ public:
     // Writes the whole file or nothing: a side file that replaces the target once complete, so
     // a crash or kill at any moment leaves either the old file or the new one. Throws AppError.
     static void writeAtomically(const QString& path, const QByteArray& data);
-    // The whole file; throws AppError naming the file when it cannot be opened or read.
+    // The whole file; throws AppError naming the file when it cannot be opened or read. Only
+    // a regular file of at most `maximumReadSize` bytes is read: a FIFO would block and a
+    // device would never end.
     static QByteArray readWholeFile(const QString& path);
+    static constexpr qint64 maximumReadSize = qint64(1) << 30;
+
+    // Copies a file that a load could not read beside itself, as
+    // "<name>.unreadable-YYYYMMDD-HHMMSS" (0600), before a save replaces it. Answers the
+    // copy's path; throws AppError when the copy cannot be made.
+    static QString setAsideUnreadable(const QString& path);
+    // Removes what saves of `path` that were killed between link and rename left beside it:
+    // "<name>.XXXXXX" as QSaveFile names its side file. Answers the paths removed.
+    static QStringList removeInterruptedSaves(const QString& path);
 
 private:
     static std::optional<QString> makeScratchDirectory(const QString& function, int line);

@@ -3,6 +3,8 @@
 
 #include "QuillonCommons/Utf8.h"
 
+#include <QStringDecoder>
+
 namespace {
 constexpr int maxDepth = 512;
 
@@ -18,9 +20,61 @@ int hexValue(char c)
 }
 } // namespace
 
-JsonReader::JsonReader(QByteArrayView data)
-    : m_begin(data.data()), m_p(data.data()), m_end(data.data() + data.size())
-{}
+JsonReader::JsonReader(const QByteArray& data)
+{
+    const auto text = utf8Text(data);
+    m_data = text.value_or(QByteArray());
+    m_begin = m_p = m_data.constData();
+    m_end = m_begin + m_data.size();
+    if (!text)
+        fail(QStringLiteral("text is not valid in its encoding"));
+}
+
+std::optional<QByteArray> JsonReader::utf8Text(const QByteArray& data)
+{
+    const qsizetype n = data.size();
+    const auto at = [&data, n](qsizetype i) {
+        return i < n ? int(uchar(data.at(i))) : -1;
+    };
+    if (at(0) == 0xEF && at(1) == 0xBB && at(2) == 0xBF)
+        return data.mid(3);
+
+    // Without a mark: JSON text starts with an ASCII character, so the zero bytes around it
+    // give the encoding away.
+    QStringConverter::Encoding encoding = QStringConverter::Utf8;
+    qsizetype mark = 0;
+    if (at(0) == 0 && at(1) == 0 && at(2) == 0xFE && at(3) == 0xFF) {
+        encoding = QStringConverter::Utf32BE;
+        mark = 4;
+    } else if (at(0) == 0xFF && at(1) == 0xFE && at(2) == 0 && at(3) == 0) {
+        encoding = QStringConverter::Utf32LE;
+        mark = 4;
+    } else if (at(0) == 0xFE && at(1) == 0xFF) {
+        encoding = QStringConverter::Utf16BE;
+        mark = 2;
+    } else if (at(0) == 0xFF && at(1) == 0xFE) {
+        encoding = QStringConverter::Utf16LE;
+        mark = 2;
+    } else if (n >= 4 && at(0) == 0 && at(1) == 0 && at(2) == 0) {
+        encoding = QStringConverter::Utf32BE;
+    } else if (n >= 4 && at(1) == 0 && at(2) == 0 && at(3) == 0) {
+        encoding = QStringConverter::Utf32LE;
+    } else if (n >= 2 && at(0) == 0) {
+        encoding = QStringConverter::Utf16BE;
+    } else if (n >= 2 && at(1) == 0) {
+        encoding = QStringConverter::Utf16LE;
+    } else {
+        return data;
+    }
+
+    // The mark is cut off here, so a U+FEFF right after it stays text.
+    QStringDecoder decoder(encoding, QStringDecoder::Flag::Stateless |
+                                         QStringDecoder::Flag::ConvertInitialBom);
+    const QString text = decoder.decode(QByteArrayView(data).sliced(mark));
+    if (decoder.hasError())
+        return std::nullopt;
+    return Utf8::encode(text);
+}
 
 bool JsonReader::fail(const QString& message)
 {
@@ -221,6 +275,8 @@ bool JsonReader::scanString(QByteArray* raw, QString* text)
         bytes = QByteArrayView(runStart, runEnd - runStart);
     }
     if (raw) {
+        if (!Utf8::isValid(bytes))
+            return fail(QStringLiteral("string is not valid UTF-8"));
         *raw = bytes.toByteArray();
         return true;
     }
@@ -237,6 +293,16 @@ bool JsonReader::readString(QString& value)
     if (m_p >= m_end || *m_p != '"')
         return fail(QStringLiteral("expected a string"));
     return scanString(nullptr, &value);
+}
+
+bool JsonReader::readNumber(QByteArrayView& text)
+{
+    skipWhitespace();
+    const char* start = m_p;
+    if (!skipNumber())
+        return false;
+    text = QByteArrayView(start, m_p - start);
+    return true;
 }
 
 bool JsonReader::skipLiteral(QByteArrayView literal)

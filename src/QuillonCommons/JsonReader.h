@@ -5,9 +5,13 @@
 #include <QByteArrayView>
 #include <QString>
 
-// A pull parser over UTF-8 JSON text, for files read on every start (the library can hold
+#include <optional>
+
+// A pull parser over JSON text, for files read on every start (the library can hold
 // thousands of scripts): strings decode straight into QString, nothing else is built.
 // Every read answers false on malformed input; errorString() then says what and where.
+// Text in UTF-16 or UTF-32, or with a byte-order mark, is read as other JSON readers read it;
+// bytes that are not UTF-8 anywhere in a string, keys included, make the text invalid.
 class JsonReader
 {
 public:
@@ -22,7 +26,12 @@ public:
         Invalid
     };
 
-    explicit JsonReader(QByteArrayView data);
+    explicit JsonReader(const QByteArray& data);
+
+    // The text as UTF-8 without a byte-order mark: UTF-8 as it stands (no copy), UTF-16 and
+    // UTF-32 of either byte order told by their mark or, without one, by where the zero bytes
+    // of the first (ASCII) characters fall. Nothing when the text is not valid in its encoding.
+    static std::optional<QByteArray> utf8Text(const QByteArray& data);
 
     Type peek();
 
@@ -37,6 +46,8 @@ public:
     bool readString(QString& value);
     bool readBoolean(bool& value);
     bool readNull();
+    // The number's text as written (numbers beyond a double's precision stay exact).
+    bool readNumber(QByteArrayView& text);
     bool skipValue();
     // True when only white space is left.
     bool atEnd();
@@ -59,6 +70,7 @@ private:
     bool skipLiteral(QByteArrayView literal);
     bool continueContainer(Container kind, char close);
 
+    QByteArray m_data;
     const char* m_begin;
     const char* m_p;
     const char* m_end;

@@ -1,11 +1,14 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "QuillonCommons/StopWatch.h"
 
-#include <QLocale>
 #include <QtGlobal>
 
+#include <charconv>
 #include <cmath>
+#include <cstdlib>
 #include <ctime>
+#include <string>
+#include <string_view>
 
 QString DurationMeasurement::symbol(DurationUnit unit)
 {
@@ -26,14 +29,53 @@ QString DurationMeasurement::symbol(DurationUnit unit)
     return {};
 }
 
+QString DurationMeasurement::number(double value)
+{
+    if (std::isnan(value))
+        return QStringLiteral("nan");
+    if (std::isinf(value))
+        return value < 0 ? QStringLiteral("-inf") : QStringLiteral("inf");
+    // The shortest digits that read back as the same value, as "d.ddde±XX".
+    char buffer[64];
+    const auto result =
+        std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::scientific);
+    const std::string_view scientific(buffer, std::size_t(result.ptr - buffer));
+    const std::size_t e = scientific.find('e');
+    const bool negative = scientific.front() == '-';
+    std::string digits;
+    for (const char c : scientific.substr(negative ? 1 : 0, e - (negative ? 1 : 0))) {
+        if (c != '.')
+            digits += c;
+    }
+    const int exponent = std::atoi(std::string(scientific.substr(e + 1)).c_str());
+
+    std::string text = negative ? "-" : "";
+    // A floating-point value prints in plain form from 0.0001 up to 2^53, beyond which a
+    // double no longer holds every integer; exponent form outside, with at least two
+    // exponent digits ("1e-05", "1.5e+16").
+    if (exponent < -4 || std::fabs(value) > 9007199254740992.0) {
+        text += digits.substr(0, 1);
+        if (digits.size() > 1)
+            text += '.' + digits.substr(1);
+        const int magnitude = std::abs(exponent);
+        text += exponent < 0 ? "e-" : "e+";
+        if (magnitude < 10)
+            text += '0';
+        text += std::to_string(magnitude);
+    } else if (exponent < 0) {
+        text += "0." + std::string(std::size_t(-exponent - 1), '0') + digits;
+    } else if (std::size_t(exponent) + 1 >= digits.size()) {
+        text += digits + std::string(std::size_t(exponent) + 1 - digits.size(), '0') + ".0";
+    } else {
+        text += digits.substr(0, std::size_t(exponent) + 1) + '.' +
+                digits.substr(std::size_t(exponent) + 1);
+    }
+    return QString::fromLatin1(text.data(), qsizetype(text.size()));
+}
+
 QString DurationMeasurement::description() const
 {
-    // Shortest round-trip form, always with a fraction part, as a floating-point value prints.
-    QString number = QString::number(value, 'g', QLocale::FloatingPointShortest);
-    if (std::isfinite(value) && !number.contains(QLatin1Char('.')) &&
-        !number.contains(QLatin1Char('e')))
-        number += QStringLiteral(".0");
-    return number + QLatin1Char(' ') + symbol(unit);
+    return number(value) + QLatin1Char(' ') + symbol(unit);
 }
 
 StopWatch::StopWatch(QString name) : m_name(std::move(name)), m_start(now()) {}

@@ -23,6 +23,8 @@ struct DurationMeasurement
 
     QString description() const;
     static QString symbol(DurationUnit unit);
+    // As a floating-point value prints: "100000.0", "0.0003", "1e-05".
+    static QString number(double value);
 };
 
 // Measures elapsed time on the raw monotonic clock (not slewed by NTP) for timing log lines.

@@ -15,4 +15,6 @@ public:
     static std::optional<QString> decode(QByteArrayView bytes);
     static std::optional<QByteArray> encode(const QString& text);
     static bool isEncodable(const QString& text);
+    // Well-formed UTF-8: no overlong forms, surrogates or code points above U+10FFFF.
+    static bool isValid(QByteArrayView bytes);
 };

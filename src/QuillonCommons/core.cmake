@@ -26,6 +26,8 @@ target_sources(brambleworth_core PRIVATE
     QuillonCommons/NotificationsObserver.h
     QuillonCommons/StopWatch.cpp
     QuillonCommons/StopWatch.h
+    QuillonCommons/UnreadableFileKeeper.cpp
+    QuillonCommons/UnreadableFileKeeper.h
     QuillonCommons/Utf8.cpp
     QuillonCommons/Utf8.h
 )

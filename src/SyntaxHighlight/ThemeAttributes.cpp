@@ -212,5 +212,10 @@ QByteArray ThemeAttributes::encode() const
         encodeAttribute(writer, *entry);
     }
     writer.endObject();
+    // Text that is not valid Unicode would otherwise leave the file without it, unnoticed.
+    if (!writer.ok())
+        throw AppError(
+            QStringLiteral("The data couldn’t be written because it isn’t in the correct format."),
+            QStringLiteral("A string is not valid Unicode."));
     return writer.take();
 }

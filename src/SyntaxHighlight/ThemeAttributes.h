@@ -52,6 +52,7 @@ public:
     // Throws AppError when the text is not a JSON object, defaultAttributes is missing, an
     // attribute lacks textAttributes, or a value has the wrong type.
     static ThemeAttributes decode(const QByteArray& json);
-    // Compact JSON with only the present fields, in field order.
+    // Compact JSON with only the present fields, in field order. Throws AppError when a
+    // string is not valid Unicode (a lone surrogate).
     QByteArray encode() const;
 };

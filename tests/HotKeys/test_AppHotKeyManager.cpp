@@ -12,12 +12,14 @@
 
 #include <QDir>
 #include <QFile>
+#include <QStringEncoder>
 
 class TestAppHotKeyManager : public QObject
 {
     Q_OBJECT
 
     TestEnvironment m_environment;
+    KeyboardLayout m_layout{std::make_unique<FakeKeyboardLayoutSource>()};
     FakeHotKeyBackend* m_backend = nullptr;
     QString m_file;
     int m_folderCount = 0;
@@ -34,10 +36,9 @@ class TestAppHotKeyManager : public QObject
     }
 
 private slots:
-    void initTestCase()
-    {
-        KeyboardLayout::setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>());
-    }
+    void initTestCase() { HotKeyManager::setKeyboardLayout(&m_layout); }
+
+    void cleanupTestCase() { HotKeyManager::setKeyboardLayout(nullptr); }
 
     void init()
     {
@@ -58,13 +59,17 @@ private slots:
 
     void fileFormatIsCompactInKeyOrderAndReadsBack()
     {
-        // Modifiers are kept as given, device-dependent bits and all 32 bits included.
-        const QList<RegisteredHotKey> hotKeys{hotKey("B5F1-script", "a", 1179648),
-                                              hotKey("x\"y", "↩", 0),
-                                              hotKey("all", "F5", 0xFFFFFFFFull)};
-        const QByteArray encoded("[{\"id\":\"B5F1-script\",\"key\":\"a\",\"modifiers\":1179648},"
-                                 "{\"id\":\"x\\\"y\",\"key\":\"↩\",\"modifiers\":0},"
-                                 "{\"id\":\"all\",\"key\":\"F5\",\"modifiers\":4294967295}]");
+        // Modifiers are kept as given, device-dependent bits and all 64 bits included.
+        const QList<RegisteredHotKey> hotKeys{
+            hotKey("B5F1-script", "a", 1179648), hotKey("x\"y", "↩", 0),
+            hotKey("all", "F5", 0xFFFFFFFFull), hotKey("max", "k", 18446744073709551615ull),
+            hotKey("odd", "k", 9007199254740993ull)};
+        const QByteArray encoded(
+            "[{\"id\":\"B5F1-script\",\"key\":\"a\",\"modifiers\":1179648},"
+            "{\"id\":\"x\\\"y\",\"key\":\"↩\",\"modifiers\":0},"
+            "{\"id\":\"all\",\"key\":\"F5\",\"modifiers\":4294967295},"
+            "{\"id\":\"max\",\"key\":\"k\",\"modifiers\":18446744073709551615},"
+            "{\"id\":\"odd\",\"key\":\"k\",\"modifiers\":9007199254740993}]");
         QCOMPARE(AppHotKeyManager::encode(hotKeys), encoded);
         QCOMPARE(AppHotKeyManager::decode(encoded), hotKeys);
         QCOMPARE(AppHotKeyManager::encode({}), QByteArray("[]"));
@@ -85,6 +90,14 @@ private slots:
             << true << QByteArray(R"([{"id":"a","key":"a","modifiers":-1}])") << true;
         QTest::newRow("fractional modifiers")
             << true << QByteArray(R"([{"id":"a","key":"a","modifiers":1.5}])") << true;
+        QTest::newRow("modifiers beyond 64 bits")
+            << true << QByteArray(R"([{"id":"a","key":"a","modifiers":18446744073709551616}])")
+            << true;
+        // Such text could never be written back, so every later change would be lost.
+        QTest::newRow("lone surrogate in id")
+            << true << QByteArray(R"([{"id":"\ud800","key":"a","modifiers":0}])") << true;
+        QTest::newRow("lone low surrogate in key")
+            << true << QByteArray(R"([{"id":"a","key":"x\udc00","modifiers":0}])") << true;
         QTest::newRow("modifiers as text")
             << true << QByteArray(R"([{"id":"a","key":"a","modifiers":"1"}])") << true;
     }
@@ -234,6 +247,31 @@ private slots:
         m_backend->press(id);
         m_backend->release(id);
         QCOMPARE(pressed, QStringList{"s1"});
+    }
+
+    void theFileIsReadInAnyUnicodeEncodingKeptAsideWhenUnreadableAndFreedOfLeftovers()
+    {
+        const QDir folder = QFileInfo(m_file).dir();
+        TestEnvironment::writeFile(folder.filePath(QStringLiteral("HotKeys.json.QmZxwT")), "[]");
+        QStringEncoder utf16(QStringConverter::Utf16LE, QStringEncoder::Flag::WriteBom);
+        writeFile(utf16.encode(QStringLiteral(R"([{"id":"s1","key":"é","modifiers":0}])")));
+        QCOMPARE(makeManager()->registeredHotKeys(), QList<RegisteredHotKey>{hotKey("s1", "é", 0)});
+        QCOMPARE(folder.entryList({QStringLiteral("HotKeys.json*")}, QDir::Files),
+                 QStringList{"HotKeys.json"});
+
+        const QByteArray broken = R"([{"id":"s1","key":"a"])";
+        writeFile(broken);
+        auto manager = makeManager();
+        LogCapture capture;
+        manager->add("s2", "a", commandShift);
+        const QStringList copies =
+            folder.entryList({QStringLiteral("HotKeys.json.unreadable-*")}, QDir::Files);
+        QCOMPARE(copies.size(), 1);
+        QCOMPARE(TestEnvironment::readFile(folder.filePath(copies.first())), broken);
+        QVERIFY(capture.contains(
+            LogLevel::error, QStringLiteral("the unreadable file %1 was kept as %2 before saving")
+                                 .arg(m_file, folder.filePath(copies.first()))));
+        QCOMPARE(fileContent(), QByteArray(R"([{"id":"s2","key":"a","modifiers":1179648}])"));
     }
 
     void saveFailureIsLogged()

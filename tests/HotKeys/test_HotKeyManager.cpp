@@ -25,10 +25,15 @@ class TestHotKeyManager : public QObject
 
     static constexpr ModifierFlags commandShift = ModifierFlag::command | ModifierFlag::shift;
 
+    std::unique_ptr<KeyboardLayout> m_layout;
+
 private slots:
+    void cleanupTestCase() { HotKeyManager::setKeyboardLayout(nullptr); }
+
     void init()
     {
-        KeyboardLayout::setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>());
+        m_layout = std::make_unique<KeyboardLayout>(std::make_unique<FakeKeyboardLayoutSource>());
+        HotKeyManager::setKeyboardLayout(m_layout.get());
         HotKeyManager::unregisterAll();
         auto backend = std::make_unique<FakeHotKeyBackend>();
         m_backend = backend.get();
@@ -133,12 +138,21 @@ private slots:
         QFETCH(bool, layoutData);
         auto source = std::make_unique<FakeKeyboardLayoutSource>();
         source->layoutData = layoutData;
-        KeyboardLayout::setLayoutSource(std::move(source));
+        m_layout->setLayoutSource(std::move(source));
         LogCapture capture;
         QVERIFY(!registerKey("script", key));
         QVERIFY(capture.contains(LogLevel::error, "unable to get correct keycode for key " + key));
         QVERIFY(m_backend->attempts.isEmpty());
         QVERIFY(HotKeyManager::hotKeys().empty());
+    }
+
+    void withoutALayoutEveryKeyIsUnknown()
+    {
+        HotKeyManager::setKeyboardLayout(nullptr);
+        LogCapture capture;
+        QVERIFY(!registerKey("script", "a"));
+        QVERIFY(capture.contains(LogLevel::error, "unable to get correct keycode for key a"));
+        QVERIFY(m_backend->attempts.isEmpty());
     }
 
     void unregisterLetsGoTheFirstRecordAndForgetsAll()

@@ -13,15 +13,16 @@ class TestKeyboardLayout : public QObject
     Q_OBJECT
 
     FakeKeyboardLayoutSource* m_source = nullptr;
+    std::unique_ptr<KeyboardLayout> m_layout;
 
-    const QHash<QString, quint16>& mapping() { return KeyboardLayout::shared().keyCodesMapping(); }
+    const QHash<QString, quint16>& mapping() { return m_layout->keyCodesMapping(); }
 
 private slots:
     void init()
     {
         auto source = std::make_unique<FakeKeyboardLayoutSource>();
         m_source = source.get();
-        KeyboardLayout::setLayoutSource(std::move(source));
+        m_layout = std::make_unique<KeyboardLayout>(std::move(source));
     }
 
     void independentKeysCoverTheTableOnce()
@@ -68,8 +69,7 @@ private slots:
         QFETCH(quint64, modifiers);
         QFETCH(bool, hasString);
         QFETCH(QString, expected);
-        const auto string =
-            KeyboardLayout::shared().string(static_cast<quint16>(keyCode), modifiers);
+        const auto string = m_layout->string(static_cast<quint16>(keyCode), modifiers);
         QCOMPARE(string.has_value(), hasString);
         if (hasString)
             QCOMPARE(*string, expected);
@@ -78,9 +78,8 @@ private slots:
     void layoutSeesOnlyTheCarbonMask()
     {
         m_source->lookups.clear();
-        KeyboardLayout::shared().string(0, ModifierFlag::command | ModifierFlag::shift |
-                                               ModifierFlag::capsLock | ModifierFlag::function |
-                                               0x100);
+        m_layout->string(0, ModifierFlag::command | ModifierFlag::shift | ModifierFlag::capsLock |
+                                ModifierFlag::function | 0x100);
         QCOMPARE(m_source->lookups.size(), 1);
         QCOMPARE(m_source->lookups.first().second, quint32(0x0300));
     }
@@ -116,11 +115,11 @@ private slots:
         LogCapture capture;
         auto source = std::make_unique<FakeKeyboardLayoutSource>();
         source->layoutData = false;
-        KeyboardLayout::setLayoutSource(std::move(source));
+        m_layout->setLayoutSource(std::move(source));
         QVERIFY(mapping().isEmpty());
         QVERIFY(capture.contains(LogLevel::error, QStringLiteral("unable to get layout data")));
         capture.clear();
-        QVERIFY(!KeyboardLayout::shared().string(0, 0));
+        QVERIFY(!m_layout->string(0, 0));
         QVERIFY(capture.contains(LogLevel::error, QStringLiteral("unable to get layout data")));
     }
 

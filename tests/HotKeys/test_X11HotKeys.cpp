@@ -8,6 +8,7 @@
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/LogCapture.h"
 #include "common/TestEnvironment.h"
+#include "platform/x11/X11Connection.h"
 #include "platform/x11/X11HotKeys.h"
 #include "platform/x11/XcbHotKeyBackend.h"
 
@@ -100,7 +101,7 @@ private slots:
     {
         if (!g_haveDisplay)
             QSKIP("no X display can be opened");
-        QVERIFY(X11HotKeys::install());
+        QVERIFY(X11HotKeys::install(KeyboardLayout::shared()));
         // Xvfb's default layout depends on the machine.
         useLayout("us", "z", 6);
     }
@@ -111,6 +112,7 @@ private slots:
             return;
         HotKeyManager::unregisterAll();
         run("setxkbmap", {"us"});
+        run("xset", {"r", "rate"});
     }
 
     void init()
@@ -180,6 +182,53 @@ private slots:
             QCOMPARE(run("xdotool", arguments), 0);
         const QList<QPair<QString, State>> expected{{"script", State::down}, {"script", State::up}};
         QTRY_COMPARE(m_calls, expected);
+    }
+
+    // X repeats a held key; a handler must still see one press and one release.
+    void holdingAKeyGivesOneDownAndOneUp()
+    {
+        // Repeats start after 50 ms and come 50 times a second: many within the hold below.
+        QCOMPARE(run("xset", {"r", "rate", "50", "50"}), 0);
+        QVERIFY(HotKeyManager::registerHotKey("held", "k", controlOption, recorder()));
+        QCOMPARE(run("xdotool", {"keydown", "ctrl+alt+k"}), 0);
+        QTest::qWait(500);
+        QCOMPARE(run("xdotool", {"keyup", "k"}), 0);
+        QCOMPARE(run("xdotool", {"keyup", "ctrl+alt"}), 0);
+        run("xset", {"r", "rate"});
+        const QList<QPair<QString, State>> expected{{"held", State::down}, {"held", State::up}};
+        QTRY_COMPARE(m_calls, expected);
+        // Nothing still on its way.
+        QTest::qWait(100);
+        QCOMPARE(m_calls, expected);
+    }
+
+    // What a server that keeps sending a release before each repeat leaves to the filter: a
+    // second press of a key already down, and a release with other modifiers than the press.
+    void repeatedPressesOfAKeyAlreadyDownAreIgnored()
+    {
+        QVERIFY(HotKeyManager::registerHotKey("held", "k", controlOption, recorder()));
+        auto* backend = dynamic_cast<XcbHotKeyBackend*>(HotKeyManager::backend());
+        QVERIFY(backend);
+        const xcb_window_t root =
+            xcb_setup_roots_iterator(xcb_get_setup(X11Connection::connection())).data->root;
+        const auto send = [&](quint8 type, quint16 state) {
+            xcb_key_press_event_t event{};
+            event.response_type = type;
+            event.detail = 45; // the K position
+            event.root = root;
+            event.event = root;
+            event.state = state;
+            QVERIFY(!backend->nativeEventFilter("xcb_generic_event_t", &event, nullptr));
+        };
+        const quint16 pressed = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
+        send(XCB_KEY_PRESS, pressed);
+        send(XCB_KEY_PRESS, pressed);
+        send(XCB_KEY_PRESS, pressed);
+        send(XCB_KEY_RELEASE, 0);
+        // A release of a key that was never seen going down belongs to nobody.
+        send(XCB_KEY_RELEASE, pressed);
+        const QList<QPair<QString, State>> expected{{"held", State::down}, {"held", State::up}};
+        QCOMPARE(m_calls, expected);
     }
 
     void unregisteredAndRefusedRegistrationsNeverFire()

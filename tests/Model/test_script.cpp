@@ -8,6 +8,7 @@
 #include <QDir>
 #include <QMimeData>
 #include <QSignalSpy>
+#include <QStringEncoder>
 #include <QUrl>
 
 class TestScript : public QObject
@@ -101,8 +102,8 @@ private slots:
     void decodingFailsForTheWholeFile_data()
     {
         QTest::addColumn<QByteArray>("json");
-        const auto row = [](const char* name, const char* json) {
-            QTest::newRow(name) << QByteArray(json);
+        const auto row = [](const char* name, const QByteArray& json) {
+            QTest::newRow(name) << json;
         };
         row("not json", "{oops");
         row("object at the top", R"({"id":"x","name":"n","content":"c"})");
@@ -124,11 +125,54 @@ private slots:
         row("raw line break in a string", "[{\"id\":\"a\nb\",\"name\":\"n\",\"content\":\"c\"}]");
         row("invalid UTF-8", "[{\"id\":\"\xC3\",\"name\":\"n\",\"content\":\"c\"}]");
         row("unknown key with a broken value", R"([{"id":"a","name":"n","content":"c","x":[1,}])");
+        row("bookmark unpadded", R"([{"id":"a","name":"n","content":"c","bookmark":"AQI"}])");
+        row("bookmark of one character", R"([{"id":"a","name":"n","content":"c","bookmark":"A"}])");
+        row("bookmark with a blank", R"([{"id":"a","name":"n","content":"c","bookmark":"AQ I="}])");
+        row("bookmark URL-safe", R"([{"id":"a","name":"n","content":"c","bookmark":"-_8="}])");
+        row("invalid UTF-8 in a key",
+            "[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"\xFF\":1}]");
+        row("invalid UTF-8 under an unknown key",
+            "[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"x\":[\"\xC0\xAF\"]}]");
+        row("UTF-8 surrogate under an unknown key",
+            "[{\"id\":\"a\",\"name\":\"n\",\"content\":\"c\",\"x\":\"\xED\xA0\x80\"}]");
+        row("UTF-16 with a lone surrogate", QByteArray("\xFF\xFE[\0\0\xD8]\0", 8));
     }
     void decodingFailsForTheWholeFile()
     {
         QFETCH(QByteArray, json);
         QVERIFY_THROWS_EXCEPTION(AppError, Script::decodeLibrary(json));
+    }
+
+    void decodingReadsEveryUnicodeEncoding_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        // Blanks before the array, so the first character is not always the bracket.
+        const QString json = QStringLiteral(
+            " [{\"id\":\"a\",\"name\":\"caf\u00e9 \U0001F600\",\"content\":\"\uFEFFx\"}]");
+        const auto encode = [&json](QStringConverter::Encoding encoding, bool mark) {
+            QStringEncoder encoder(encoding, mark ? QStringEncoder::Flag::WriteBom
+                                                  : QStringEncoder::Flag::Default);
+            return QByteArray(encoder.encode(json));
+        };
+        QTest::newRow("UTF-8") << encode(QStringConverter::Utf8, false);
+        QTest::newRow("UTF-8 with a mark") << encode(QStringConverter::Utf8, true);
+        QTest::newRow("UTF-16LE") << encode(QStringConverter::Utf16LE, false);
+        QTest::newRow("UTF-16LE with a mark") << encode(QStringConverter::Utf16LE, true);
+        QTest::newRow("UTF-16BE") << encode(QStringConverter::Utf16BE, false);
+        QTest::newRow("UTF-16BE with a mark") << encode(QStringConverter::Utf16BE, true);
+        QTest::newRow("UTF-32LE") << encode(QStringConverter::Utf32LE, false);
+        QTest::newRow("UTF-32LE with a mark") << encode(QStringConverter::Utf32LE, true);
+        QTest::newRow("UTF-32BE") << encode(QStringConverter::Utf32BE, false);
+        QTest::newRow("UTF-32BE with a mark") << encode(QStringConverter::Utf32BE, true);
+    }
+    void decodingReadsEveryUnicodeEncoding()
+    {
+        QFETCH(QByteArray, data);
+        const ScriptList scripts = Script::decodeLibrary(data);
+        QCOMPARE(scripts.size(), 1);
+        QCOMPARE(scripts.first()->name(), QStringLiteral("café 😀"));
+        // Only the mark that opens the file is taken away; one inside a string is text.
+        QCOMPARE(scripts.first()->internalContent(), QStringLiteral("\uFEFFx"));
     }
 
     void fileNames_data()

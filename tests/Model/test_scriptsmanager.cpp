@@ -8,11 +8,13 @@
 #include "QuillonCommons/LogCapture.h"
 
 #include <QDir>
+#include <QRegularExpression>
 #include <QSignalSpy>
 
 #include <plist/plist.h>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -323,6 +325,151 @@ private slots:
         manager.add(Script::create(QStringLiteral("new"), {}, false), index);
         QCOMPARE(names(manager.scripts()), expected);
         QCOMPARE(names(Script::decodeLibrary(TestEnvironment::readFile(m_libraryFile))), expected);
+    }
+
+    void anUnreadableLibraryIsKeptAsideBeforeTheFirstSave_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<bool>("keptAside");
+        QTest::newRow("hand edit with a typo")
+            << QByteArray(R"([{"id":"1","name":"one",}])") << true;
+        QTest::newRow("not text") << QByteArray("\xFF\xFE\x00", 3) << true;
+        QTest::newRow("empty file") << QByteArray() << false;
+    }
+    void anUnreadableLibraryIsKeptAsideBeforeTheFirstSave()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(bool, keptAside);
+        writeLibrary(content);
+        ScriptsManager manager;
+        manager.loadScripts(false);
+        const QDir folder = QFileInfo(m_libraryFile).dir();
+        const QStringList filter{QStringLiteral("Brambleworth.json.unreadable-*")};
+        QVERIFY(folder.entryList(filter, QDir::Files).isEmpty());
+
+        LogCapture capture;
+        manager.add(Script::create(QStringLiteral("new"), QString(), false), -1);
+        manager.add(Script::create(QStringLiteral("newer"), QString(), false), -1);
+        QCOMPARE(names(Script::decodeLibrary(TestEnvironment::readFile(m_libraryFile))),
+                 (QStringList{"new", "newer"}));
+        const QStringList copies = folder.entryList(filter, QDir::Files);
+        if (!keptAside) {
+            QVERIFY(copies.isEmpty());
+            QVERIFY(capture.messages(LogLevel::error).isEmpty());
+            return;
+        }
+        // One copy, before the first of the two saves, named after the time it was made.
+        QCOMPARE(copies.size(), 1);
+        QVERIFY2(
+            QRegularExpression(QStringLiteral(R"(^Brambleworth\.json\.unreadable-\d{8}-\d{6}$)"))
+                .match(copies.first())
+                .hasMatch(),
+            qPrintable(copies.first()));
+        const QString copy = folder.filePath(copies.first());
+        QCOMPARE(TestEnvironment::readFile(copy), content);
+        struct stat info
+        {};
+        QCOMPARE(::stat(QFile::encodeName(copy).constData(), &info), 0);
+        QCOMPARE(int(info.st_mode & 0777), 0600);
+        const QStringList errors = capture.messages(LogLevel::error);
+        QCOMPARE(errors.size(), 1);
+        QVERIFY2(errors.first().contains(copy), qPrintable(errors.first()));
+    }
+
+    void aLibraryThatCannotBeKeptAsideIsNotOverwritten()
+    {
+        // Too large to read, so too large to copy; sparse, so no disk space is used.
+        const qint64 size = (qint64(1) << 30) + 1;
+        {
+            QDir().mkpath(QFileInfo(m_libraryFile).absolutePath());
+            QFile file(m_libraryFile);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(file.resize(size));
+        }
+        ScriptsManager manager;
+        manager.loadScripts(false);
+        LogCapture capture;
+        manager.add(Script::create(QStringLiteral("new"), QString(), false), -1);
+        manager.saveScripts();
+        QCOMPARE(QFileInfo(m_libraryFile).size(), size);
+        const QStringList errors = capture.messages(LogLevel::error);
+        QCOMPARE(errors.size(), 2);
+        for (const QString& error : errors)
+            QVERIFY2(error.startsWith(QStringLiteral("saveScripts():")), qPrintable(error));
+        QCOMPARE(manager.scripts().size(), 1);
+    }
+
+    void leftoversOfInterruptedSavesGoAtTheNextStart()
+    {
+        writeLibrary(R"([{"id":"1","name":"one","content":"a"}])");
+        const QDir folder = QFileInfo(m_libraryFile).dir();
+        const auto make = [&folder](const char* name) {
+            TestEnvironment::writeFile(folder.filePath(QString::fromLatin1(name)), "[]");
+        };
+        // What QSaveFile leaves when killed between link and rename: six random letters.
+        make("Brambleworth.json.ZRpfWO");
+        make("Brambleworth.json.nrwIIh");
+        // The user's own copies, and files of other shapes.
+        make("Brambleworth.json.backup");
+        make("Brambleworth.json.BACKUP");
+        make("Brambleworth.json.Before");
+        make("Brambleworth.json.nrwII1");
+        make("Brambleworth.json.nrwIIhh");
+        make("Brambleworth.json.unreadable-20260101-120000");
+        make("HotKeys.json.ZRpfWO");
+        make("Other.json.ZRpfWO");
+        QVERIFY(QFile::link(m_libraryFile,
+                            folder.filePath(QStringLiteral("Brambleworth.json.LnKabc"))));
+
+        LogCapture capture;
+        ScriptsManager manager;
+        manager.loadScripts(false);
+        QCOMPARE(names(manager.scripts()), QStringList{"one"});
+        QCOMPARE(folder.entryList(QDir::Files | QDir::System | QDir::Hidden, QDir::Name),
+                 (QStringList{"Brambleworth.json", "Brambleworth.json.BACKUP",
+                              "Brambleworth.json.Before", "Brambleworth.json.LnKabc",
+                              "Brambleworth.json.backup", "Brambleworth.json.nrwII1",
+                              "Brambleworth.json.nrwIIhh",
+                              "Brambleworth.json.unreadable-20260101-120000", "HotKeys.json.ZRpfWO",
+                              "Other.json.ZRpfWO"}));
+        const QStringList removed =
+            capture.messages(LogLevel::info)
+                .filter(QStringLiteral("removed the leftover of an interrupted save: "));
+        QCOMPARE(removed.size(), 2);
+        const QString joined = removed.join(QLatin1Char('\n'));
+        QVERIFY2(joined.contains(folder.filePath(QStringLiteral("Brambleworth.json.ZRpfWO"))),
+                 qPrintable(joined));
+    }
+
+    void idsWithANulCharacterAreUnreadable_data()
+    {
+        QTest::addColumn<QByteArray>("ids");
+        const QByteArray nul(1, '\0');
+        QTest::newRow("in a string") << "<plist><dict><key>Alpha</key><dict><key>ID</key><string>" +
+                                            nul + "</string></dict></dict></plist>";
+        QTest::newRow("in a string after text")
+            << "<plist><dict><key>Alpha</key><dict><key>ID</key><string>id" + nul +
+                   "x</string></dict></dict></plist>";
+        QTest::newRow("in a key")
+            << "<plist><dict><key>Alpha" + nul +
+                   "B</key><dict><key>ID</key><string>id.alpha</string></dict></dict></plist>";
+        QTest::newRow("in an entry's key")
+            << "<plist><dict><key>Alpha</key><dict><key>I" + nul +
+                   "D</key><string>id.alpha</string></dict></dict></plist>";
+    }
+    void idsWithANulCharacterAreUnreadable()
+    {
+        QFETCH(QByteArray, ids);
+        builtInFolder({{QStringLiteral("IDs.plist"), ids}, {QStringLiteral("Alpha.txt"), "echo"}});
+        ScriptsManager manager;
+        LogCapture capture;
+        manager.loadBuiltInScripts();
+        QVERIFY(manager.scripts().isEmpty());
+        const QStringList errors = capture.messages(LogLevel::error);
+        QCOMPARE(errors.size(), 2);
+        QVERIFY2(errors.at(0).startsWith(QStringLiteral("loadBuiltInIDs():")),
+                 qPrintable(errors.at(0)));
+        QCOMPARE(errors.at(1), QStringLiteral("unable to load IDs file"));
     }
 
     void failedSavesKeepTheListAndTheFile()

@@ -93,6 +93,23 @@ private slots:
         QTest::newRow("whole") << 3.0 << DurationUnit::microseconds << "3.0 µs";
         QTest::newRow("minutes") << 0.5 << DurationUnit::minutes << "0.5 min";
         QTest::newRow("hours") << 2.0 << DurationUnit::hours << "2.0 hr";
+        // Plain form from 0.0001 up to 2^53, exponent form outside.
+        QTest::newRow("a hundred thousand")
+            << 100000.0 << DurationUnit::nanoseconds << "100000.0 ns";
+        QTest::newRow("three billion") << 3e9 << DurationUnit::nanoseconds << "3000000000.0 ns";
+        QTest::newRow("digits on both sides")
+            << 1234.5678 << DurationUnit::milliseconds << "1234.5678 ms";
+        QTest::newRow("small fraction") << 0.0003 << DurationUnit::seconds << "0.0003 s";
+        QTest::newRow("smallest plain") << 0.0001 << DurationUnit::seconds << "0.0001 s";
+        QTest::newRow("below plain") << 0.00001 << DurationUnit::seconds << "1e-05 s";
+        QTest::newRow("below plain with digits") << 0.000015 << DurationUnit::hours << "1.5e-05 hr";
+        QTest::newRow("largest plain")
+            << 9007199254740992.0 << DurationUnit::nanoseconds << "9007199254740992.0 ns";
+        QTest::newRow("above plain") << 1e16 << DurationUnit::nanoseconds << "1e+16 ns";
+        QTest::newRow("above plain with digits")
+            << 1.25e17 << DurationUnit::nanoseconds << "1.25e+17 ns";
+        QTest::newRow("three-digit exponent") << 1e-300 << DurationUnit::seconds << "1e-300 s";
+        QTest::newRow("negative") << -0.5 << DurationUnit::seconds << "-0.5 s";
     }
     void measurementsPrintLikeFloatingPointValues()
     {

@@ -15,10 +15,69 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <optional>
+
+#include <sched.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 namespace {
+
+// Runs `body` in a child process that sees a file system of 64 KiB of its own at a fresh
+// folder, and answers what `body` returned; nothing when this machine allows no such mount
+// (no root and no user namespaces).
+std::optional<QByteArray> inSmallFileSystem(const std::function<QByteArray(const QString&)>& body)
+{
+    QTemporaryDir scratch;
+    const QByteArray folder = QFile::encodeName(scratch.path());
+    int fds[2];
+    if (::pipe(fds) != 0)
+        return std::nullopt;
+    const uid_t uid = ::geteuid();
+    const gid_t gid = ::getegid();
+    const pid_t pid = ::fork();
+    if (pid == 0) {
+        ::close(fds[0]);
+        const auto put = [](const char* path, const QByteArray& text) {
+            QFile file(QString::fromLatin1(path));
+            return file.open(QIODevice::WriteOnly) && file.write(text) == text.size();
+        };
+        bool ok = ::unshare(CLONE_NEWNS | (uid != 0 ? CLONE_NEWUSER : 0)) == 0;
+        if (ok && uid != 0)
+            ok = put("/proc/self/setgroups", "deny") &&
+                 put("/proc/self/uid_map", "0 " + QByteArray::number(uid) + " 1") &&
+                 put("/proc/self/gid_map", "0 " + QByteArray::number(gid) + " 1");
+        ok = ok && ::mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+             ::mount("tmpfs", folder.constData(), "tmpfs", 0, "size=64k") == 0;
+        const QByteArray answer = ok ? "ran:" + body(scratch.path()) : QByteArray("no mount");
+        const ssize_t written = ::write(fds[1], answer.constData(), size_t(answer.size()));
+        ::_exit(written == answer.size() ? 0 : 1);
+    }
+    ::close(fds[1]);
+    QByteArray answer;
+    char buffer[4096];
+    for (ssize_t n; (n = ::read(fds[0], buffer, sizeof buffer)) != 0;) {
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            break;
+        answer.append(buffer, n);
+    }
+    ::close(fds[0]);
+    int status = 0;
+    ::waitpid(pid, &status, 0);
+    if (!answer.startsWith("ran:"))
+        return std::nullopt;
+    return answer.mid(4);
+}
+
 int modeOf(const QString& path)
 {
     struct stat info
@@ -88,6 +147,83 @@ private slots:
                  QStringList{QStringLiteral("data.json")});
         QVERIFY_THROWS_EXCEPTION(
             AppError, FileUtils::writeAtomically(folder + QStringLiteral("/no/such/x"), "x"));
+    }
+
+    void onlyRegularFilesOfSaneSizeAreRead_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("FIFO") << "fifo"
+                              << "It is not a regular file.";
+        QTest::newRow("link to an endless device") << "zero"
+                                                   << "It is not a regular file.";
+        QTest::newRow("folder") << "folder"
+                                << "It is not a regular file.";
+        QTest::newRow("over a gibibyte") << "huge"
+                                         << "It is larger than 1073741824 bytes.";
+    }
+    void onlyRegularFilesOfSaneSizeAreRead()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, reason);
+        const QString path = *FileUtils::tempraryDirectory() + QStringLiteral("/Brambleworth.json");
+        const QByteArray native = QFile::encodeName(path);
+        if (kind == QLatin1String("fifo")) {
+            QCOMPARE(::mkfifo(native.constData(), 0600), 0);
+        } else if (kind == QLatin1String("zero")) {
+            QCOMPARE(::symlink("/dev/zero", native.constData()), 0);
+        } else if (kind == QLatin1String("folder")) {
+            QVERIFY(QDir().mkdir(path));
+        } else {
+            // Sparse: no gibibyte is written, and none must be read.
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            QVERIFY(file.resize((qint64(1) << 30) + 1));
+        }
+        try {
+            FileUtils::readWholeFile(path);
+            QFAIL("read what is not a file to read");
+        } catch (const AppError& error) {
+            QVERIFY2(error.description().contains(QStringLiteral("“Brambleworth.json”")),
+                     qPrintable(error.description()));
+            QCOMPARE(error.failureReason(), reason);
+        }
+    }
+
+    void aFullDiskIsReportedWithTheSystemsReasonAndKeepsTheFile_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<bool>("fillFirst");
+        // A large write comes back short; a small one is held in a buffer until the commit.
+        QTest::newRow("larger than the room left") << (1 << 20) << false;
+        QTest::newRow("small, on a full disk") << 10 << true;
+    }
+    void aFullDiskIsReportedWithTheSystemsReasonAndKeepsTheFile()
+    {
+        QFETCH(int, size);
+        QFETCH(bool, fillFirst);
+        const auto answer = inSmallFileSystem([&](const QString& folder) -> QByteArray {
+            const QString path = folder + QStringLiteral("/Brambleworth.json");
+            FileUtils::writeAtomically(path, "[old]");
+            if (fillFirst) {
+                QFile fill(folder + QStringLiteral("/fill"));
+                if (!fill.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+                    return "cannot fill";
+                const QByteArray block(4096, 'x');
+                while (fill.write(block) > 0) {
+                }
+            }
+            QByteArray reason = "saved";
+            try {
+                FileUtils::writeAtomically(path, QByteArray(size, 'a'));
+            } catch (const AppError& error) {
+                reason = error.failureReason().toUtf8();
+            }
+            return reason + '\n' + FileUtils::readWholeFile(path);
+        });
+        if (!answer)
+            QSKIP("no private file system can be mounted here");
+        QCOMPARE(*answer, QByteArray(std::strerror(ENOSPC)) + "\n[old]");
     }
 
     // Commands

@@ -361,6 +361,16 @@ void TestThemes::encodeAndDecode()
             R"({"fontName":"Menlo","fontSize":14,"defaultAttributes":{"color":"#4C4C4C","textAttributes":[]},)"
             R"("backgroundColor":"#1F1F24","tag":{"textAttributes":["wavy"]},)"
             R"("addition":{"color":"#00FF00","textAttributes":[]},"strong":{"textAttributes":["bold"]}})"));
+
+    // Text that cannot become UTF-8 fails the whole encoding instead of vanishing from it.
+    for (const QString& broken : {QString(QChar(0xD800)), QStringLiteral("bo") + QChar(0xDC00)}) {
+        ThemeAttributes withLoneSurrogate;
+        withLoneSurrogate.fontName = broken;
+        QVERIFY_THROWS_EXCEPTION(AppError, withLoneSurrogate.encode());
+        withLoneSurrogate.fontName.reset();
+        withLoneSurrogate.keyword = attr(nullptr, {broken});
+        QVERIFY_THROWS_EXCEPTION(AppError, withLoneSurrogate.encode());
+    }
 }
 
 void TestThemes::decodeFailures_data()

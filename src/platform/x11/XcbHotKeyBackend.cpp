@@ -3,12 +3,11 @@
 
 #include "HotKeys/ModifierFlags.h"
 #include "QuillonCommons/AppLogger.h"
-#include "platform/x11/X11HotKeys.h"
+#include "platform/x11/X11Connection.h"
 #include "platform/x11/X11KeyCodes.h"
+#include "platform/x11/XcbXkb.h"
 
 #include <QCoreApplication>
-
-#include <xcb/xcb.h>
 
 #include <algorithm>
 #include <cstdlib>
@@ -44,7 +43,30 @@ XcbHotKeyBackend::XcbHotKeyBackend(xcb_connection_t* connection) : m_connection(
         xcb_screen_iterator_t screens = xcb_setup_roots_iterator(setup);
         if (screens.rem > 0)
             m_root = screens.data->root;
+        enableDetectableAutoRepeat();
     }
+}
+
+void XcbHotKeyBackend::enableDetectableAutoRepeat()
+{
+    // Otherwise the server follows every repeated press of a held key with a made-up release,
+    // and a held hot key would run its script again and again. The flag belongs to the
+    // connection, so Qt's own windows see held keys the same way (presses, one release).
+    const auto useCookie =
+        xcb_xkb_use_extension(m_connection, XCB_XKB_MAJOR_VERSION, XCB_XKB_MINOR_VERSION);
+    XcbReply<xcb_xkb_use_extension_reply_t> use(
+        xcb_xkb_use_extension_reply(m_connection, useCookie, nullptr));
+    if (!use || !use->supported) {
+        AppLogger::info(QStringLiteral("the X server has no XKB extension: held hot keys repeat"));
+        return;
+    }
+    constexpr quint32 flag = XCB_XKB_PER_CLIENT_FLAG_DETECTABLE_AUTO_REPEAT;
+    const auto cookie =
+        xcb_xkb_per_client_flags(m_connection, XCB_XKB_ID_USE_CORE_KBD, flag, flag, 0, 0, 0);
+    XcbReply<xcb_xkb_per_client_flags_reply_t> reply(
+        xcb_xkb_per_client_flags_reply(m_connection, cookie, nullptr));
+    if (!reply || !(reply->value & flag))
+        AppLogger::info(QStringLiteral("the X server refused detectable auto-repeat"));
 }
 
 XcbHotKeyBackend::~XcbHotKeyBackend()
@@ -57,7 +79,7 @@ XcbHotKeyBackend::~XcbHotKeyBackend()
 
 bool XcbHotKeyBackend::usable() const
 {
-    return m_connection && m_root && X11HotKeys::connectionUsable() &&
+    return m_connection && m_root && X11Connection::usable() &&
            !xcb_connection_has_error(m_connection);
 }
 
@@ -225,17 +247,20 @@ bool XcbHotKeyBackend::nativeEventFilter(const QByteArray& eventType, void* mess
 
     std::optional<quint32> id;
     if (type == XCB_KEY_PRESS) {
+        // A key already down repeats: where the server sends no release in between, the
+        // press is the repeat itself.
+        if (m_held.count(key->detail))
+            return false;
         id = grabFor(key->detail, key->state & relevantModifiers);
         if (id)
             m_held[key->detail] = *id;
     } else {
+        // By the key alone: the modifiers may have gone up first.
         const auto held = m_held.find(key->detail);
-        if (held != m_held.end()) {
-            id = held->second;
-            m_held.erase(held);
-        } else {
-            id = grabFor(key->detail, key->state & relevantModifiers);
-        }
+        if (held == m_held.end())
+            return false;
+        id = held->second;
+        m_held.erase(held);
     }
     if (id) {
         const Event event{*id, type == XCB_KEY_PRESS};

@@ -14,7 +14,8 @@ struct xcb_connection_t;
 // Global hot keys as passive key grabs on the root window of Qt's X connection. Each
 // combination is grabbed with every Num Lock / Caps Lock variant so those locks do not
 // disable it; asynchronous modes, so a stalled process never freezes the keyboard. The
-// events are read from Qt's stream and always left for Qt too.
+// events are read from Qt's stream and always left for Qt too. A held key gives one press and
+// one release, however often the server repeats it.
 class XcbHotKeyBackend : public HotKeyBackend, public QAbstractNativeEventFilter
 {
 public:
@@ -41,6 +42,7 @@ private:
         std::vector<quint16> variants;
     };
 
+    void enableDetectableAutoRepeat();
     bool usable() const;
     quint16 numLockMask() const;
     std::optional<quint32> grabFor(quint8 keyCode, quint16 modifiers) const;

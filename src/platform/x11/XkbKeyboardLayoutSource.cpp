@@ -5,7 +5,7 @@
 #include "HotKeys/ModifierFlags.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/NotificationCenter.h"
-#include "platform/x11/X11HotKeys.h"
+#include "platform/x11/X11Connection.h"
 #include "platform/x11/X11KeyCodes.h"
 #include "platform/x11/XcbXkb.h"
 
@@ -212,7 +212,7 @@ void XkbKeyboardLayoutSource::scheduleReload(bool keymapChanged)
 void XkbKeyboardLayoutSource::reload()
 {
     m_reloadScheduled = false;
-    if (!X11HotKeys::connectionUsable() || xcb_connection_has_error(m_connection))
+    if (!X11Connection::usable() || xcb_connection_has_error(m_connection))
         return;
     if (m_keymapChanged || !m_keymap)
         loadKeymap();

@@ -6,6 +6,8 @@ if(NOT TARGET PkgConfig::XKBCOMMON)
     pkg_check_modules(XKBCOMMON REQUIRED IMPORTED_TARGET GLOBAL xkbcommon xkbcommon-x11)
 endif()
 target_sources(brambleworth_platform PRIVATE
+    platform/x11/X11Connection.cpp
+    platform/x11/X11Connection.h
     platform/x11/X11HotKeys.cpp
     platform/x11/X11HotKeys.h
     platform/x11/X11KeyCodes.cpp
