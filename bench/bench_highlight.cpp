@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 // Highlighting costs: building a context with every grammar, highlighting realistic bash
 // scripts end to end, the HTML rebuild alone, and the memory a context adds.
+#include "BenchScripts.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/StopWatch.h"
 #include "SyntaxHighlight/BuiltInThemes.h"
@@ -66,42 +67,6 @@ long residentBytes()
     return fields.size() > 1 ? fields[1].toLong() * sysconf(_SC_PAGESIZE) : 0;
 }
 
-// A bash script of the kind people keep in a script library: functions, conditionals,
-// loops, here-documents, substitutions, arrays and comments, varied so that no two blocks are
-// the same text.
-QString bashScript(int lines)
-{
-    const QStringList block = {
-        "# Block %1: back up and report",
-        "backup_%1() {",
-        "  local source=\"${1:-$HOME/Documents}\" target=\"/var/backups/run-%1\"",
-        "  if [[ ! -d \"$source\" ]]; then",
-        "    echo \"missing $source\" >&2; return 1",
-        "  fi",
-        "  for file in \"$source\"/*.txt; do",
-        "    size=$(( $(stat -c %s \"$file\") / 1024 ))",
-        "    printf '%s: %d KiB\\n' \"${file##*/}\" \"$size\"",
-        "  done",
-        "  cat <<EOF > \"$target.log\"",
-        "run=%1 user=$(whoami) date=$(date +%F)",
-        "EOF",
-        "  tar -czf \"$target.tar.gz\" -C \"$source\" . && echo \"ok %1\" || exit 2",
-        "  local -a names=(alpha beta \"gamma delta\" %1)",
-        "  case \"${names[0]}\" in alpha) echo first ;; *) echo other ;; esac",
-        "}",
-        "",
-    };
-    QStringList text{"#!/usr/bin/env bash", "set -euo pipefail"};
-    for (int n = 0; text.size() < lines; ++n) {
-        for (const QString& line : block) {
-            if (text.size() == lines)
-                break;
-            text.append(QString(line).replace(QStringLiteral("%1"), QString::number(n)));
-        }
-    }
-    return text.join(u'\n') + u'\n';
-}
-
 int firstContextChild()
 {
     const double time = milliseconds([] { SyntaxHighlight highlight; });
@@ -149,7 +114,7 @@ int main(int argc, char** argv)
     SyntaxHighlight highlight;
     for (const auto& [lines, runs] :
          {std::pair{100, 41}, std::pair{1000, 21}, std::pair{10000, 5}}) {
-        const QString code = bashScript(lines);
+        const QString code = bench::bashScript(lines);
         // The editor re-highlights on every keystroke, so the engine's JIT is warm by then:
         // measure that state, not the first few calls.
         for (int warm = 0; warm < 10; ++warm)
@@ -162,7 +127,7 @@ int main(int argc, char** argv)
                "ms", runs);
     }
 
-    const QString code = bashScript(1000);
+    const QString code = bench::bashScript(1000);
     const QString html = *highlight.highlightedHTML(code, QStringLiteral("bash"));
     const int runs = 51;
     report("Highlight.js call alone, 1000 bash lines",

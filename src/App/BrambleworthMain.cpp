@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/BrambleworthMain.h"
 
+#include "App/AppLaunch.h"
 #include "App/CommandLineFront.h"
 #include "BuildConfig.h"
 #include "Model/AppConfig.h"
 #include "Model/Preferences.h"
 #include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/ProcessLimits.h"
 #include "SyntaxHighlight/SyntaxHighlight.h"
 #include "platform/linux/OSLogger.h"
 
@@ -14,6 +16,9 @@
 int BrambleworthMain::run(int argc, char** argv)
 {
     AppLogger::setLoggerFactory(&OSLogger::makeSystemLogger);
+    ProcessLimits::raiseOpenFileLimit();
+    if (AppLaunch::handles(argc, argv))
+        return AppLaunch::run(argc, argv);
 
     QCoreApplication app(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("brambleworth"));

@@ -3,11 +3,15 @@
 
 #include "Execution/ScriptExecutorManager.h"
 #include "Model/Preferences.h"
+#include "Model/Script.h"
 #include "Model/ScriptsManager.h"
+#include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/FileUtils.h"
 
 #include <QCommandLineParser>
 #include <QEventLoop>
+#include <QFileInfo>
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -16,6 +20,7 @@
 #include <fcntl.h>
 #include <iterator>
 #include <memory>
+#include <poll.h>
 #include <unistd.h>
 
 namespace {
@@ -76,6 +81,36 @@ private:
     std::unique_ptr<QSocketNotifier> m_notifier;
 };
 
+// All of it, whatever the descriptor's mode: a standard output left non-blocking by whoever
+// started us is waited for rather than losing bytes. Fails quietly when the reader has gone.
+void writeAll(int fd, QByteArrayView bytes)
+{
+    const char* p = bytes.data();
+    qsizetype left = bytes.size();
+    while (left > 0) {
+        const ssize_t n = ::write(fd, p, size_t(left));
+        if (n > 0) {
+            p += n;
+            left -= n;
+        } else if (n < 0 && errno == EAGAIN) {
+            pollfd writable{fd, POLLOUT, 0};
+            ::poll(&writable, 1, -1);
+        } else if (n < 0 && errno != EINTR) {
+            return;
+        }
+    }
+}
+
+QString describe(const AppError& error)
+{
+    QString message = error.description();
+    if (message.endsWith(QLatin1Char('.')))
+        message.chop(1);
+    if (!error.failureReason().isEmpty())
+        message += QStringLiteral(": ") + error.failureReason();
+    return message;
+}
+
 } // namespace
 
 CommandLineFront::CommandLineFront()
@@ -84,11 +119,25 @@ CommandLineFront::CommandLineFront()
 
 CommandLineFront::CommandLineFront(QTextStream& out, QTextStream& err) : m_out(out), m_err(err) {}
 
-void CommandLineFront::loadLibrary(ScriptsManager& manager)
+std::optional<QString> CommandLineFront::loadLibrary(ScriptsManager& manager)
 {
+    // The manager logs a library it cannot read and carries on with none, as the application
+    // must; a terminal has to be told instead, so the file is tried here first. A first start
+    // has no file yet, which is no error.
+    const std::optional<QString> path = ScriptsManager::libraryFileURL();
+    const bool exists = path && QFileInfo::exists(*path);
+    if (exists) {
+        try {
+            Script::decodeLibrary(FileUtils::readWholeFile(*path));
+        } catch (const AppError& error) {
+            return QStringLiteral("cannot read the library “%1”: %2").arg(*path, describe(error));
+        }
+    }
     if (Preferences::shared().boolean(Preferences::Identifier::includeBuiltInScripts))
         manager.loadBuiltInScripts();
-    manager.loadScripts(false);
+    if (exists)
+        manager.loadScripts(false);
+    return std::nullopt;
 }
 
 QString CommandLineFront::listing(const ScriptsManager& manager)
@@ -143,11 +192,16 @@ int CommandLineFront::run(const QStringList& arguments)
               << QCoreApplication::applicationVersion() << Qt::endl;
         return 0;
     }
-    // A terminal wants the output it asked for; progress lines only on request.
-    AppLogger::setLevel(parser.isSet(verboseOption) ? LogLevel::all : LogLevel::warning);
+    // A terminal wants the output it asked for and the errors; progress lines only on request.
+    const bool verbose = parser.isSet(verboseOption);
+    AppLogger::setLevel(verbose ? LogLevel::all : LogLevel::warning);
+    AppLogger::setStandardErrorLevel(verbose ? LogLevel::all : LogLevel::error);
 
     ScriptsManager& manager = ScriptsManager::shared();
-    loadLibrary(manager);
+    if (const std::optional<QString> failure = loadLibrary(manager)) {
+        m_err << "brambleworth: " << *failure << Qt::endl;
+        return 1;
+    }
     if (parser.isSet(runOption))
         return runScript(manager, parser.value(runOption));
     m_out << listing(manager);
@@ -187,32 +241,34 @@ int CommandLineFront::runScript(ScriptsManager& manager, const QString& nameOrId
     try {
         executor.startExecution(script);
     } catch (const AppError& error) {
-        QString message = error.description();
-        if (message.endsWith(QLatin1Char('.')))
-            message.chop(1);
-        if (!error.failureReason().isEmpty())
-            message += QStringLiteral(": ") + error.failureReason();
-        m_err << "brambleworth: cannot run “" << script->name() << "”: " << message << Qt::endl;
+        m_err << "brambleworth: cannot run “" << script->name() << "”: " << describe(error)
+              << Qt::endl;
         return 1;
     }
 
     const RunningScriptPtr run = executor.runningScripts().last();
     QEventLoop loop;
+    // The child's bytes go out as they came, each pipe to its own stream: nothing decoded,
+    // nothing dropped, and no log growing with the output. Taken over before the event loop
+    // runs, so the run's log never sees a chunk.
+    const std::shared_ptr<ScriptProcess> process = run->process();
+    QObject::disconnect(process.get(), &ScriptProcess::outputRead, run.get(), nullptr);
+    m_out.flush();
+    m_err.flush();
+    QObject::connect(process.get(), &ScriptProcess::outputRead, &loop,
+                     [](QByteArrayView chunk, ScriptProcess::Channel channel) {
+                         writeAll(channel == ScriptProcess::Channel::standardOutput ? STDOUT_FILENO
+                                                                                    : STDERR_FILENO,
+                                  chunk);
+                     });
     InterruptForwarding forwarding;
     if (forwarding.notifier()) {
         QObject::connect(forwarding.notifier(), &QSocketNotifier::activated, &loop, [&run] {
             InterruptForwarding::drain();
-            if (std::shared_ptr<ScriptProcess> process = run->process())
-                process->interrupt();
+            if (const std::shared_ptr<ScriptProcess> running = run->process())
+                running->interrupt();
         });
     }
-    qsizetype written = 0;
-    QObject::connect(run.get(), &RunningScript::logsChanged, &loop,
-                     [this, &written](const QString& logs) {
-                         m_out << QStringView(logs).mid(written);
-                         m_out.flush();
-                         written = logs.size();
-                     });
     QObject::connect(run.get(), &RunningScript::terminated, &loop,
                      [&loop](const ScriptProcess::Termination& termination) {
                          loop.exit(termination.shellStatus());

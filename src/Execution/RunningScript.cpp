@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Execution/RunningScript.h"
 
+#include <QMetaMethod>
 #include <QStringDecoder>
 #include <QUuid>
 
@@ -38,25 +39,27 @@ void RunningScript::setTermination(const ScriptProcess::Termination& termination
     emit terminated(termination);
 }
 
-void RunningScript::appendOutput(QByteArrayView chunk)
+void RunningScript::appendOutput(QByteArrayView chunk, ScriptProcess::Channel channel)
 {
-    // Decoded straight into the end of the log, which grows geometrically: no temporary text and
-    // no copy of the log per chunk. A chunk that is not UTF-8 on its own (a character split
-    // between two reads included) is lost whole rather than shown as replacement characters;
-    // the decoding is the strict, stateless one of Utf8::decode.
+    Utf8Stream& stream =
+        channel == ScriptProcess::Channel::standardOutput ? m_outputStream : m_errorStream;
     const qsizetype oldSize = m_logs.size();
-    const qsizetype largest = oldSize + chunk.size(); // never more UTF-16 units than UTF-8 bytes
-    if (largest > m_logs.capacity())
-        m_logs.reserve(std::max(largest, 2 * m_logs.capacity()));
-    m_logs.resize(largest);
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    const QChar* end = decoder.appendToBuffer(m_logs.data() + oldSize, chunk);
-    const qsizetype newSize = end - m_logs.constData();
-    if (decoder.hasError() || newSize == oldSize) {
-        m_logs.resize(oldSize);
+    if (m_logs.capacity() - oldSize < chunk.size())
+        m_logs.reserve(std::max(oldSize + chunk.size() + 3, 2 * m_logs.capacity()));
+    if (!stream.append(chunk, m_logs) || m_logs.size() == oldSize)
         return;
+    if (isSignalConnected(QMetaMethod::fromSignal(&RunningScript::logsAppended))) {
+        // Decoded into a buffer kept from chunk to chunk while they are small; the bytes are known
+        // to be valid, so the text is exact.
+        const QByteArrayView added = QByteArrayView(m_logs).sliced(oldSize);
+        m_appended.resize(added.size());
+        QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
+        m_appended.resize(decoder.appendToBuffer(m_appended.data(), added) -
+                          m_appended.constData());
+        emit logsAppended(m_appended);
+        // A burst of output must not leave every kept run holding megabytes it no longer needs.
+        if (m_appended.capacity() > 256 * 1024)
+            m_appended = QString();
     }
-    m_logs.resize(newSize);
-    emit logsAppended(QStringView(m_logs).sliced(oldSize));
-    emit logsChanged(m_logs);
+    emit logsChanged();
 }

@@ -2,7 +2,9 @@
 #pragma once
 
 #include "Execution/ScriptProcess.h"
+#include "QuillonCommons/Utf8Stream.h"
 
+#include <QByteArray>
 #include <QDateTime>
 #include <QList>
 #include <QObject>
@@ -16,7 +18,8 @@ using RunningScriptPtr = std::shared_ptr<RunningScript>;
 using RunningScriptList = QList<RunningScriptPtr>;
 
 // One run of one script: its identity, its child process while there is one, and the whole
-// output of the run as one growing text.
+// output of the run as one growing text. The text is kept as the UTF-8 it arrived in (half the
+// size of UTF-16 for the usual output) and decoded for whoever asks.
 class RunningScript : public QObject
 {
     Q_OBJECT
@@ -43,7 +46,11 @@ public:
     bool keep() const { return m_keep; }
     void setKeep(bool keep) { m_keep = keep; }
 
-    const QString& logs() const { return m_logs; }
+    // The whole output so far, decoded on each call: a view that follows a long run keeps the
+    // length it has shown and listens to logsAppended instead of asking again.
+    QString logs() const { return QString::fromUtf8(m_logs); }
+    // The same text as UTF-8, without a copy.
+    const QByteArray& utf8Logs() const { return m_logs; }
 
     // How the process ended, once it has.
     const std::optional<ScriptProcess::Termination>& termination() const { return m_termination; }
@@ -51,16 +58,15 @@ public:
 
 signals:
     void isRunningChanged(bool isRunning);
-    // The whole text after every appended chunk, by reference. A subscriber that keeps a copy
-    // makes the next append copy the whole log: keep the length seen last and read what follows.
-    void logsChanged(const QString& logs);
+    // After every appended chunk; `logs()` is then the whole text so far.
+    void logsChanged();
     // Just before logsChanged: only the text this chunk added, for views that append. Valid
     // during the emission only.
     void logsAppended(QStringView text);
     void terminated(const ScriptProcess::Termination& termination);
 
 private:
-    void appendOutput(QByteArrayView chunk);
+    void appendOutput(QByteArrayView chunk, ScriptProcess::Channel channel);
 
     QString m_id;
     QString m_name;
@@ -68,6 +74,10 @@ private:
     std::shared_ptr<ScriptProcess> m_process;
     bool m_isRunning = false;
     bool m_keep = false;
-    QString m_logs;
+    QByteArray m_logs;
+    // One per pipe: a character cut in two by a read of one pipe is completed by that pipe.
+    Utf8Stream m_outputStream;
+    Utf8Stream m_errorStream;
+    QString m_appended;
     std::optional<ScriptProcess::Termination> m_termination;
 };

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "Model/Preferences.h"
 
+#include "QuillonCommons/AppLogger.h"
+
 #include <QStandardPaths>
 
 QString Preferences::key(Identifier identifier)
@@ -77,15 +79,20 @@ QVariantMap Preferences::parseArgumentDomain(const QStringList& arguments, QStri
     QStringList rest;
     for (qsizetype i = 0; i < arguments.size(); ++i) {
         const QString& argument = arguments.at(i);
-        // "-Key value": one dash, a name of two or more characters starting with a letter.
-        // Single-letter and double-dash options belong to the option parser.
-        const bool isPair = i > 0 && i + 1 < arguments.size() && argument.size() > 2 &&
-                            argument.at(0) == QLatin1Char('-') && argument.at(1).isLetter();
-        if (isPair) {
+        // "-Key value": one dash and a name starting with a letter, one letter being enough.
+        // Double-dash options and the option parser's own -h and -v stay with the parser.
+        const bool isKey = i > 0 && argument.size() > 1 && argument.at(0) == QLatin1Char('-') &&
+                           argument.at(1).isLetter() && argument != QLatin1String("-h") &&
+                           argument != QLatin1String("-v");
+        if (!isKey) {
+            rest.append(argument);
+        } else if (i + 1 < arguments.size()) {
             domain.insert(argument.mid(1), arguments.at(i + 1));
             ++i;
         } else {
-            rest.append(argument);
+            // A key without a value sets nothing, as on macOS; it is no reason to refuse the rest.
+            AppLogger::warning(
+                QStringLiteral("The argument “%1” has no value and is ignored.").arg(argument));
         }
     }
     if (remaining)

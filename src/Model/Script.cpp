@@ -2,6 +2,7 @@
 #include "Model/Script.h"
 
 #include "Model/AppConfig.h"
+#include "Model/Bookmark.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/FileUtils.h"
 #include "QuillonCommons/JsonReader.h"
@@ -93,11 +94,15 @@ std::optional<QString> Script::resolveBookmarkAndUpdateIfNeeded()
 {
     if (!m_bookmark)
         return std::nullopt;
-    // Bookmark data of this build cannot be resolved yet: the script keeps its stored text.
-    AppLogger::error(AppError(QStringLiteral("The bookmark data couldn’t be resolved."),
-                              QStringLiteral("The bookmark format is not supported.")),
-                     QStringLiteral("resolveBookmarkAndUpdateIfNeeded()"), __LINE__);
-    return std::nullopt;
+    try {
+        const Bookmark::Resolution resolution = Bookmark::resolve(*m_bookmark);
+        if (resolution.stale)
+            setBookmark(Bookmark::create(resolution.path));
+        return resolution.path;
+    } catch (const AppError& error) {
+        AppLogger::error(error, QStringLiteral("resolveBookmarkAndUpdateIfNeeded()"), __LINE__);
+        return std::nullopt;
+    }
 }
 
 std::optional<QString> Script::getLinkedFileContent()
@@ -135,6 +140,9 @@ void Script::updateLinkedFileIfNeeded()
         return;
     try {
         FileUtils::writeAtomically(*path, *data);
+        // The write put a new file in place: record it now, so that a rename before the next
+        // read still finds it by inode.
+        setBookmark(Bookmark::create(*path));
     } catch (const AppError& error) {
         AppLogger::error(error, QStringLiteral("updateLinkedFileIfNeeded()"), __LINE__);
     }

@@ -14,6 +14,12 @@
 namespace {
 
 std::atomic<int> g_level{int(LogLevel::all)};
+std::atomic<int> g_standardErrorLevel{int(LogLevel::none)};
+
+bool passes(const std::atomic<int>& level, LogLevel severity)
+{
+    return severity != LogLevel::none && level.load(std::memory_order_relaxed) >= int(severity);
+}
 
 struct LoggerState
 {
@@ -44,7 +50,17 @@ void AppLogger::setLevel(LogLevel level)
 
 bool AppLogger::isEnabled(LogLevel severity)
 {
-    return severity != LogLevel::none && g_level.load(std::memory_order_relaxed) >= int(severity);
+    return passes(g_level, severity) || passes(g_standardErrorLevel, severity);
+}
+
+LogLevel AppLogger::standardErrorLevel()
+{
+    return LogLevel(g_standardErrorLevel.load(std::memory_order_relaxed));
+}
+
+void AppLogger::setStandardErrorLevel(LogLevel level)
+{
+    g_standardErrorLevel.store(int(level), std::memory_order_relaxed);
 }
 
 bool AppLogger::setLoggerFactory(LoggerFactory factory)
@@ -77,7 +93,16 @@ void AppLogger::write(LogLevel severity, const QString& message)
         return;
     if (LogCapture::record(severity, message))
         return;
-    logger().write(severity, message);
+    Logger& system = logger();
+    bool onStandardError = false;
+    if (passes(g_level, severity)) {
+        system.write(severity, message);
+        onStandardError = system.writesToStandardError();
+    }
+    if (!onStandardError && passes(g_standardErrorLevel, severity)) {
+        static DefaultLogger standardError;
+        standardError.write(severity, message);
+    }
 }
 
 void AppLogger::debug(const QString& message)

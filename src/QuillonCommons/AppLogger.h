@@ -21,6 +21,13 @@ public:
     static void setLevel(LogLevel level);
     static bool isEnabled(LogLevel severity);
 
+    // Lines up to this level also go to standard error, whatever the system's logger is and
+    // whatever the global level: a command run from a terminal shows its errors there even when
+    // the journal takes the log. `none` (the default) mirrors nothing; a logger that writes to
+    // standard error itself is not doubled.
+    static LogLevel standardErrorLevel();
+    static void setStandardErrorLevel(LogLevel level);
+
     static void debug(const QString& message);
     static void info(const QString& message);
     static void error(const QString& message);

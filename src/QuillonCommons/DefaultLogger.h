@@ -10,6 +10,7 @@ class DefaultLogger : public Logger
 {
 public:
     void write(LogLevel severity, const QString& message) override;
+    bool writesToStandardError() const override { return true; }
 
     static const char* severityName(LogLevel severity);
 

@@ -8,13 +8,104 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QMutex>
+#include <QMutexLocker>
 #include <QSaveFile>
 #include <QScopeGuard>
+#include <QSet>
+#include <QStandardPaths>
 #include <QUuid>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <sys/stat.h>
+#include <sys/statvfs.h>
+#include <unistd.h>
+
+namespace {
+
+// Each reason to pass a place by is logged once: a noexec /tmp would otherwise repeat it on
+// every run.
+void warnOnce(const QString& message)
+{
+    static QMutex mutex;
+    static QSet<QString> told;
+    {
+        QMutexLocker lock(&mutex);
+        if (told.contains(message))
+            return;
+        told.insert(message);
+    }
+    AppLogger::warning(message);
+}
+
+// A scratch place of our own (in the runtime or the cache folder): made private if new, and
+// used only if it is a real directory of ours, never through a link someone else planted.
+bool preparePrivateFolder(const QString& path)
+{
+    const QByteArray native = QFile::encodeName(path);
+    if (::mkdir(native.constData(), 0700) != 0 && errno != EEXIST) {
+        warnOnce(QStringLiteral("cannot create %1: %2").arg(path, qt_error_string(errno)));
+        return false;
+    }
+    struct stat info
+    {};
+    if (::lstat(native.constData(), &info) != 0 || !S_ISDIR(info.st_mode) ||
+        info.st_uid != ::geteuid()) {
+        warnOnce(QStringLiteral("%1 is not a folder of this user; not used for scratch files")
+                     .arg(path));
+        return false;
+    }
+    if ((info.st_mode & 07777) != 0700)
+        ::chmod(native.constData(), 0700);
+    return true;
+}
+
+} // namespace
+
+bool FileUtils::isOnNoexecMount(const QString& path)
+{
+    struct statvfs info
+    {};
+    return ::statvfs(QFile::encodeName(path).constData(), &info) == 0 &&
+           (info.f_flag & ST_NOEXEC) != 0;
+}
+
+QStringList FileUtils::scratchPlaces()
+{
+    QStringList places;
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
+        places << QDir::cleanPath(runtime) + QStringLiteral("/brambleworth");
+    places << temporaryDirectoryURL();
+    // Home is where a desktop lets programs run when every temporary folder forbids it.
+    places << QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                  QStringLiteral("/brambleworth/scratch");
+    return places;
+}
+
+QString FileUtils::scratchParent()
+{
+    const QStringList places = scratchPlaces();
+    const QString temporary = temporaryDirectoryURL();
+    for (qsizetype i = 0; i < places.size(); ++i) {
+        const QString& place = places.at(i);
+        const bool last = i + 1 == places.size();
+        // The temporary folder is the user's to set up; the others are folders of our own.
+        if (place != temporary) {
+            QDir().mkpath(QFileInfo(place).absolutePath());
+            if (!preparePrivateFolder(place) && !last)
+                continue;
+        }
+        if (last || !isOnNoexecMount(place))
+            return place;
+        warnOnce(QStringLiteral("%1 is on a file system mounted noexec, where scripts cannot run; "
+                                "scratch folders go to the next place instead")
+                     .arg(place));
+    }
+    return temporary;
+}
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -22,12 +113,12 @@
 
 std::optional<QString> FileUtils::makeScratchDirectory(const QString& function, int line)
 {
-    QByteArray pattern =
-        QFile::encodeName(temporaryDirectoryURL() + QStringLiteral("/brambleworth-XXXXXX"));
+    const QString parent = scratchParent();
+    QByteArray pattern = QFile::encodeName(parent + QStringLiteral("/brambleworth-XXXXXX"));
     if (!mkdtemp(pattern.data())) {
         AppLogger::error(
-            AppError::fromErrno(errno, QStringLiteral("cannot create a scratch directory in %1")
-                                           .arg(temporaryDirectoryURL())),
+            AppError::fromErrno(
+                errno, QStringLiteral("cannot create a scratch directory in %1").arg(parent)),
             function, line);
         return std::nullopt;
     }

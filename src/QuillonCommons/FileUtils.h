@@ -7,8 +7,10 @@
 
 #include <optional>
 
-// Scratch files: every call makes a fresh private directory (mode 0700) under the user's
-// temporary folder, so no two runs or drags ever share a path.
+// Scratch files: every call makes a fresh private directory (mode 0700), so no two runs or
+// drags ever share a path. They go to $XDG_RUNTIME_DIR/brambleworth, which the system empties
+// at logout, else to the temporary folder; a place on a noexec mount, where a script file
+// cannot run, is passed by (and the reason logged) for the next one.
 class FileUtils
 {
 public:
@@ -20,6 +22,12 @@ public:
     static QString uniqueName();
     static QStringList regularFiles(const QString& directory);
     static QString temporaryDirectoryURL();
+    // The places scratch folders may go, in order of preference; the last is the fallback of
+    // last resort, in the user's cache folder.
+    static QStringList scratchPlaces();
+    // Where the next scratch folder goes.
+    static QString scratchParent();
+    static bool isOnNoexecMount(const QString& path);
 
     // Writes the whole file or nothing: a side file that replaces the target once complete, so
     // a crash or kill at any moment leaves either the old file or the new one. Throws AppError.

@@ -13,6 +13,7 @@ public:
 
     // Writes one message of the given severity; the level check has already been made.
     virtual void write(LogLevel severity, const QString& message) = 0;
+    virtual bool writesToStandardError() const { return false; }
 
     void severe(const QString& message) { write(LogLevel::severe, message); }
     void error(const QString& message) { write(LogLevel::error, message); }

@@ -4,6 +4,10 @@ target_sources(brambleworth_core PRIVATE
     QuillonCommons/AppError.h
     QuillonCommons/AppLogger.cpp
     QuillonCommons/AppLogger.h
+    QuillonCommons/AutoLaunch.cpp
+    QuillonCommons/AutoLaunch.h
+    QuillonCommons/AutoLaunchWatcher.cpp
+    QuillonCommons/AutoLaunchWatcher.h
     QuillonCommons/Command.cpp
     QuillonCommons/Command.h
     QuillonCommons/DefaultLogger.cpp
@@ -24,10 +28,14 @@ target_sources(brambleworth_core PRIVATE
     QuillonCommons/NotificationCenter.h
     QuillonCommons/NotificationsObserver.cpp
     QuillonCommons/NotificationsObserver.h
+    QuillonCommons/ProcessLimits.cpp
+    QuillonCommons/ProcessLimits.h
     QuillonCommons/StopWatch.cpp
     QuillonCommons/StopWatch.h
     QuillonCommons/UnreadableFileKeeper.cpp
     QuillonCommons/UnreadableFileKeeper.h
     QuillonCommons/Utf8.cpp
     QuillonCommons/Utf8.h
+    QuillonCommons/Utf8Stream.cpp
+    QuillonCommons/Utf8Stream.h
 )

@@ -11,6 +11,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <sys/resource.h>
 
 // Drives the built program the way a terminal does: `brambleworth --list`,
 // `brambleworth --run NAME_OR_ID`.
@@ -40,10 +41,24 @@ class TestCommandLine : public QObject
         return arguments({QStringLiteral("--run"), nameOrId});
     }
 
-    static Result run(const QStringList& arguments)
+    // Text whose "é" straddles the first 64 KiB, then bytes that are not text at all.
+    static QByteArray bytesOfTheFile()
+    {
+        QByteArray bytes(65535, 'a');
+        bytes += "\xc3\xa9";
+        bytes += QByteArray(9999, 'b');
+        bytes += QByteArray("\0\xff\xfe\xc3", 4);
+        bytes += QByteArray(75538 - bytes.size(), '\n');
+        return bytes;
+    }
+
+    static Result run(const QStringList& arguments, const QString& program = {})
     {
         QProcess process;
-        process.start(QStringLiteral(BRAMBLEWORTH_BINARY), arguments);
+        if (program.isEmpty())
+            process.start(QStringLiteral(BRAMBLEWORTH_BINARY), arguments);
+        else
+            process.start(program, arguments);
         Result result;
         if (!process.waitForFinished(20000))
             return result;
@@ -73,6 +88,10 @@ private slots:
             {"ID-STREAM", "stream",
              "#!/bin/sh\nprintf 'first\\n'\nwhile [ ! -e '" + m_folder.path() +
                  "/go' ]; do sleep 0.05; done\nprintf 'second\\n'\n"},
+            {"ID-BYTES", "bytes", "#!/bin/sh\ncat '" + m_folder.path() + "/bytes'\n"},
+            {"ID-APART", "apart",
+             "#!/bin/sh\nprintf 'o1\\n'\nprintf 'e1\\n' >&2\nprintf 'o2\\n'\n"},
+            {"ID-LIMITS", "limits", "#!/bin/sh\ngrep 'Max open files' /proc/$PPID/limits\n"},
             {"ID-SLEEPER", "sleeper",
              "#!/bin/sh\necho $$ > '" + m_folder.path() +
                  "/sleeper.pid'\nprintf 'ready\\n'\nsleep 30\nprintf 'woke\\n'\n"},
@@ -82,6 +101,7 @@ private slots:
             m_library.last()->setId(script[0]);
         }
         m_library.first()->setCategory(QStringLiteral("Work"));
+        TestEnvironment::writeFile(m_folder.path() + QStringLiteral("/bytes"), bytesOfTheFile());
         TestEnvironment::writeFile(
             m_folder.path() + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json"),
             *Script::encodeLibrary(m_library));
@@ -119,6 +139,8 @@ private slots:
                                    QStringLiteral("--list")});
         QCOMPARE(result.status, 0);
         QCOMPARE(result.out, QByteArray());
+        // No file yet is no error.
+        QCOMPARE(result.err, QByteArray());
         QVERIFY(QFileInfo(fresh + QStringLiteral("/org.brambleworth.Brambleworth")).isDir());
     }
 
@@ -142,14 +164,25 @@ private slots:
         QTest::addColumn<QString>("nameOrId");
         QTest::addColumn<int>("status");
         QTest::addColumn<QByteArray>("out");
-        QTest::newRow("by name") << QStringLiteral("hello") << 0 << QByteArray("hello\n");
-        QTest::newRow("by id") << QStringLiteral("ID-HELLO") << 0 << QByteArray("hello\n");
-        QTest::newRow("exit status 3") << QStringLiteral("three") << 3 << QByteArray("out\n");
-        // The log holds both pipes, so standard error's text comes out on standard output.
-        QTest::newRow("log of stderr, status 1")
-            << QStringLiteral("to stderr") << 1 << QByteArray("oops\n");
-        QTest::newRow("ended by a signal") << QStringLiteral("killed") << 128 + 15 << QByteArray();
-        QTest::newRow("id before name") << QStringLiteral("hello-id") << 0 << QByteArray("by id\n");
+        QTest::addColumn<QByteArray>("err");
+        QTest::newRow("by name") << QStringLiteral("hello") << 0 << QByteArray("hello\n")
+                                 << QByteArray();
+        QTest::newRow("by id") << QStringLiteral("ID-HELLO") << 0 << QByteArray("hello\n")
+                               << QByteArray();
+        QTest::newRow("exit status 3")
+            << QStringLiteral("three") << 3 << QByteArray("out\n") << QByteArray();
+        QTest::newRow("stderr stays stderr, status 1")
+            << QStringLiteral("to stderr") << 1 << QByteArray() << QByteArray("oops\n");
+        QTest::newRow("both streams kept apart")
+            << QStringLiteral("apart") << 0 << QByteArray("o1\no2\n") << QByteArray("e1\n");
+        // A character across the first read, a NUL, bytes that are not UTF-8 and a cut
+        // character at the end: all passed through as they are.
+        QTest::newRow("bytes unchanged")
+            << QStringLiteral("bytes") << 0 << bytesOfTheFile() << QByteArray();
+        QTest::newRow("ended by a signal")
+            << QStringLiteral("killed") << 128 + 15 << QByteArray() << QByteArray();
+        QTest::newRow("id before name")
+            << QStringLiteral("hello-id") << 0 << QByteArray("by id\n") << QByteArray();
     }
 
     void runsScriptAndPassesItsStatusOn()
@@ -157,10 +190,82 @@ private slots:
         QFETCH(QString, nameOrId);
         QFETCH(int, status);
         QFETCH(QByteArray, out);
+        QFETCH(QByteArray, err);
         const Result result = run(runArguments(nameOrId));
+        QCOMPARE(result.out.size(), out.size());
         QCOMPARE(result.out, out);
-        QCOMPARE(result.err, QByteArray());
+        QCOMPARE(result.err, err);
         QCOMPARE(result.status, status);
+    }
+
+    void unreadableLibraryFailsWithItsReason_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("list") << QStringList{QStringLiteral("--list")};
+        QTest::newRow("run") << QStringList{QStringLiteral("--run"), QStringLiteral("hello")};
+    }
+
+    void unreadableLibraryFailsWithItsReason()
+    {
+        QFETCH(QStringList, options);
+        const QString folder = m_folder.path() + QStringLiteral("/corrupt");
+        TestEnvironment::writeFile(
+            folder + QStringLiteral("/org.brambleworth.Brambleworth/Brambleworth.json"),
+            "[{\"id\": ");
+        const Result result = run(
+            QStringList{QStringLiteral("-CUSTOM_APPLICATION_SUPPORT_DIRECTORY"), folder} + options);
+        QCOMPARE(result.status, 1);
+        QCOMPARE(result.out, QByteArray());
+        QVERIFY2(result.err.contains("Brambleworth.json"), result.err.constData());
+        QVERIFY2(!result.err.contains("no script has"), result.err.constData());
+    }
+
+    void argumentDomainTakesShortKeysAndIgnoresALoneOne_data()
+    {
+        QTest::addColumn<QStringList>("options");
+        QTest::newRow("lone key at the end")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("-IncludeBuiltInScripts")};
+        QTest::newRow("one-letter key")
+            << QStringList{QStringLiteral("-X"), QStringLiteral("1"), QStringLiteral("--list")};
+        QTest::newRow("lone one-letter key")
+            << QStringList{QStringLiteral("--list"), QStringLiteral("-X")};
+    }
+
+    void argumentDomainTakesShortKeysAndIgnoresALoneOne()
+    {
+        QFETCH(QStringList, options);
+        const Result result = run(arguments(options));
+        QCOMPARE(result.status, 0);
+        QVERIFY2(result.out.startsWith("ID-HELLO\thello\tWork\n"), result.out.constData());
+    }
+
+    void verboseMirrorsProgressToStandardError()
+    {
+        const Result result = run(arguments(
+            {QStringLiteral("--verbose"), QStringLiteral("--run"), QStringLiteral("hello")}));
+        QCOMPARE(result.status, 0);
+        QCOMPARE(result.out, QByteArray("hello\n"));
+        QVERIFY2(result.err.contains("try to execute "), result.err.constData());
+    }
+
+    void openFileLimitIsRaisedToTheHardLimit()
+    {
+        rlimit limit{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &limit), 0);
+        if (limit.rlim_max != RLIM_INFINITY && limit.rlim_max <= 256)
+            QSKIP("the hard limit leaves nothing to raise");
+        const Result result =
+            run(QStringList{QStringLiteral("-c"),
+                            QStringLiteral("ulimit -Sn 256 && exec \"$0\" \"$@\""),
+                            QStringLiteral(BRAMBLEWORTH_BINARY)} +
+                    runArguments(QStringLiteral("limits")),
+                QStringLiteral("/bin/sh"));
+        QCOMPARE(result.status, 0);
+        // "Max open files  SOFT  HARD  files"
+        const QList<QByteArray> fields = result.out.simplified().split(' ');
+        QCOMPARE(fields.size(), 6);
+        QVERIFY2(fields[3] != "256", result.out.constData());
+        QCOMPARE(fields[3], fields[4]);
     }
 
     void refusesWithOneLine_data()

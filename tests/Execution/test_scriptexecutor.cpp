@@ -122,6 +122,7 @@ private slots:
         m_temp = std::make_unique<QTemporaryDir>();
         QVERIFY(m_temp->isValid());
         qputenv("TMPDIR", QFile::encodeName(m_temp->path()));
+        qunsetenv("XDG_RUNTIME_DIR");
         m_capture = std::make_unique<LogCapture>();
         m_executor = std::make_unique<ScriptExecutorManager>();
     }
@@ -185,9 +186,19 @@ private slots:
         QTest::newRow("invalid bytes between valid chunks")
             << sh("printf x; sleep 0.3; printf '\\377\\376'; sleep 0.3; printf y")
             << QStringLiteral("xy");
+        // A read that cuts a character leaves it to the next read of the same pipe.
         QTest::newRow("character split across chunks")
             << sh("printf x; sleep 0.3; printf '\\303'; sleep 0.3; printf '\\251y'")
-            << QStringLiteral("x");
+            << QStringLiteral("x\u00e9y");
+        QTest::newRow("split on stdout while stderr writes")
+            << sh("printf '\\360\\237'; sleep 0.3; printf e >&2; sleep 0.3; printf '\\230\\200'")
+            << QStringLiteral("e\U0001F600");
+        QTest::newRow("character cut by the end of output")
+            << sh("printf 'end\\342\\202'") << QStringLiteral("end");
+        // Two megabytes in which every read of a full pipe ends inside a character.
+        QTest::newRow("megabytes of two-byte characters at an odd offset")
+            << sh("printf x; yes \u00e9 | head -n 700000")
+            << QStringLiteral("x") + QStringLiteral("\u00e9\n").repeated(700000);
         QTest::newRow("character whole in one chunk")
             << sh("printf x; sleep 0.3; printf '\\303\\251'") << QStringLiteral("x\u00e9");
     }
@@ -201,9 +212,15 @@ private slots:
         // Complete when the end is announced: whoever stops listening then loses nothing.
         QString logsAtEnd;
         connect(run.get(), &RunningScript::terminated, this, [&] { logsAtEnd = run->logs(); });
+        // What each chunk added, put together, is the whole log too.
+        QString appended;
+        connect(run.get(), &RunningScript::logsAppended, this,
+                [&](QStringView text) { appended += text; });
         QTRY_VERIFY_WITH_TIMEOUT(ended(run), runTimeout);
         QCOMPARE(logsAtEnd.size(), expected.size());
         QCOMPARE(logsAtEnd, expected);
+        QCOMPARE(appended, expected);
+        QCOMPARE(run->utf8Logs(), expected.toUtf8());
         QCOMPARE(run->termination()->status, 0);
     }
 
@@ -232,14 +249,13 @@ private slots:
         QVERIFY(!run->id().isEmpty() && run->id() == run->id().toUpper());
 
         QSignalSpy runningSpy(run.get(), &RunningScript::isRunningChanged);
-        QSignalSpy logsSpy(run.get(), &RunningScript::logsChanged);
+        QStringList published;
+        connect(run.get(), &RunningScript::logsChanged, this, [&] { published << run->logs(); });
         QTRY_VERIFY_WITH_TIMEOUT(ended(run), runTimeout);
         // The removal is queued behind the end: let it happen.
         QTest::qWait(50);
-        // Each publication is the whole text so far.
-        QCOMPARE(logsSpy.size(), 2);
-        QCOMPARE(logsSpy[0][0].toString(), QStringLiteral("one"));
-        QCOMPARE(logsSpy[1][0].toString(), QStringLiteral("onetwo"));
+        // After each publication the log is the whole text so far.
+        QCOMPARE(published, (QStringList{QStringLiteral("one"), QStringLiteral("onetwo")}));
         QCOMPARE(runningSpy.size(), 1);
         QCOMPARE(runningSpy[0][0].toBool(), false);
         QVERIFY(!run->process());

@@ -44,9 +44,11 @@ private slots:
         QTest::newRow("double dash stays")
             << QStringList{"prog", "--run", "Backup"} << QVariantMap{}
             << QStringList{"prog", "--run", "Backup"};
-        QTest::newRow("key without value")
-            << QStringList{"prog", "--list", "-MainWindowIsPinned"} << QVariantMap{}
-            << QStringList{"prog", "--list", "-MainWindowIsPinned"};
+        // Ignored, not handed to the option parser, which would refuse the whole command line.
+        QTest::newRow("key without value") << QStringList{"prog", "--list", "-MainWindowIsPinned"}
+                                           << QVariantMap{} << QStringList{"prog", "--list"};
+        QTest::newRow("one-letter key") << QStringList{"prog", "-X", "1", "--list"}
+                                        << QVariantMap{{"X", "1"}} << QStringList{"prog", "--list"};
         QTest::newRow("value may look like an option")
             << QStringList{"prog", "-SyntaxtHighlightThemeName", "-dark-", "--list"}
             << QVariantMap{{"SyntaxtHighlightThemeName", "-dark-"}}

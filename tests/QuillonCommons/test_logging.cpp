@@ -8,14 +8,43 @@
 #include "QuillonCommons/StopWatch.h"
 
 #include <QRegularExpression>
+#include <QTemporaryFile>
 
+#include <cstdio>
 #include <stdexcept>
+#include <unistd.h>
+
+namespace {
+
+// What the process writes to its standard error while `work` runs.
+template <typename Work>
+QByteArray standardErrorOf(Work work)
+{
+    QTemporaryFile file;
+    if (!file.open())
+        return "cannot capture";
+    std::fflush(stderr);
+    const int saved = ::dup(STDERR_FILENO);
+    ::dup2(file.handle(), STDERR_FILENO);
+    work();
+    std::fflush(stderr);
+    ::dup2(saved, STDERR_FILENO);
+    ::close(saved);
+    file.seek(0);
+    return file.readAll();
+}
+
+} // namespace
 
 class TestLogging : public QObject
 {
     Q_OBJECT
 private slots:
-    void cleanup() { AppLogger::setLevel(LogLevel::all); }
+    void cleanup()
+    {
+        AppLogger::setLevel(LogLevel::all);
+        AppLogger::setStandardErrorLevel(LogLevel::none);
+    }
 
     void levelGatesSeverities_data()
     {
@@ -47,6 +76,40 @@ private slots:
         QCOMPARE(capture.contains(LogLevel::info, QStringLiteral("i")), info);
         QCOMPARE(capture.contains(LogLevel::error, QStringLiteral("e")), error);
         QCOMPARE(capture.messages(LogLevel::error).size(), error ? 2 : 0);
+    }
+
+    // The system's logger here is the one on standard error (there is no journal in a test):
+    // mirrored lines must neither be lost below the global level nor doubled above it.
+    void standardErrorMirrorsUpToItsOwnLevel_data()
+    {
+        QTest::addColumn<LogLevel>("level");
+        QTest::addColumn<LogLevel>("mirror");
+        QTest::addColumn<int>("errorLines");
+        QTest::addColumn<int>("debugLines");
+        QTest::newRow("errors, nothing logged otherwise")
+            << LogLevel::none << LogLevel::error << 1 << 0;
+        QTest::newRow("everything, nothing logged otherwise")
+            << LogLevel::none << LogLevel::all << 1 << 1;
+        QTest::newRow("errors, everything logged") << LogLevel::all << LogLevel::error << 1 << 1;
+        QTest::newRow("no mirror") << LogLevel::none << LogLevel::none << 0 << 0;
+    }
+
+    void standardErrorMirrorsUpToItsOwnLevel()
+    {
+        QFETCH(LogLevel, level);
+        QFETCH(LogLevel, mirror);
+        QFETCH(int, errorLines);
+        QFETCH(int, debugLines);
+        QVERIFY(AppLogger::logger().writesToStandardError());
+        AppLogger::setLevel(level);
+        AppLogger::setStandardErrorLevel(mirror);
+        QCOMPARE(AppLogger::isEnabled(LogLevel::error), errorLines > 0);
+        const QByteArray err = standardErrorOf([] {
+            AppLogger::error(AppError(QStringLiteral("broken")), QStringLiteral("f()"), 7);
+            AppLogger::debug(QStringLiteral("progress"));
+        });
+        QCOMPARE(err.count("[error] f():7 error : broken, failure reason: -\n"), errorLines);
+        QCOMPARE(err.count("[debug] progress\n"), debugLines);
     }
 
     void failureLinesNameTheFunctionTheLineAndTheReason()

@@ -9,11 +9,13 @@
 #include "QuillonCommons/LogCapture.h"
 #include "QuillonCommons/NotificationsObserver.h"
 #include "QuillonCommons/Utf8.h"
+#include "QuillonCommons/Utf8Stream.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QProcess>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 
@@ -77,6 +79,33 @@ std::optional<QByteArray> inSmallFileSystem(const std::function<QByteArray(const
         return std::nullopt;
     return answer.mid(4);
 }
+// Sets an environment variable for the life of the object.
+class ScopedEnvironment
+{
+public:
+    ScopedEnvironment(const char* name, const QByteArray& value)
+        : m_name(name), m_had(qEnvironmentVariableIsSet(name)), m_old(qgetenv(name))
+    {
+        if (value.isNull())
+            qunsetenv(name);
+        else
+            qputenv(name, value);
+    }
+    ~ScopedEnvironment()
+    {
+        if (m_had)
+            qputenv(m_name, m_old);
+        else
+            qunsetenv(m_name);
+    }
+    ScopedEnvironment(const ScopedEnvironment&) = delete;
+    ScopedEnvironment& operator=(const ScopedEnvironment&) = delete;
+
+private:
+    const char* m_name;
+    bool m_had;
+    QByteArray m_old;
+};
 
 int modeOf(const QString& path)
 {
@@ -96,6 +125,7 @@ private slots:
 
     void scratchDirectoriesAndFilesAreFreshAndPrivate()
     {
+        const ScopedEnvironment noRuntime("XDG_RUNTIME_DIR", QByteArray());
         const auto first = FileUtils::tempraryDirectory();
         const auto second = FileUtils::tempraryDirectory();
         QVERIFY(first && second);
@@ -113,8 +143,87 @@ private slots:
         QCOMPARE(QFileInfo(*a).fileName().size(), 36);
     }
 
+    void scratchFoldersGoToTheRuntimeFolderFirst_data()
+    {
+        QTest::addColumn<QString>("runtime");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("runtime folder") << "run"
+                                        << "run/brambleworth";
+        QTest::newRow("no runtime folder") << QString() << "tmp";
+        QTest::newRow("runtime folder missing") << "gone"
+                                                << "tmp";
+    }
+
+    void scratchFoldersGoToTheRuntimeFolderFirst()
+    {
+        QFETCH(QString, runtime);
+        QFETCH(QString, expected);
+        QTemporaryDir root;
+        QVERIFY(QDir(root.path()).mkpath(QStringLiteral("run")));
+        QVERIFY(QDir(root.path()).mkpath(QStringLiteral("tmp")));
+        const ScopedEnvironment tmp("TMPDIR", QFile::encodeName(root.filePath("tmp")));
+        const ScopedEnvironment run("XDG_RUNTIME_DIR",
+                                    runtime.isNull() ? QByteArray()
+                                                     : QFile::encodeName(root.filePath(runtime)));
+        LogCapture capture;
+        const auto file = FileUtils::tempraryFile();
+        QVERIFY(file);
+        const QFileInfo folder(QFileInfo(*file).absolutePath());
+        QCOMPARE(folder.absolutePath(), root.filePath(expected));
+        QVERIFY(folder.fileName().startsWith(QStringLiteral("brambleworth-")));
+        QCOMPARE(modeOf(folder.absoluteFilePath()), 0700);
+        QCOMPARE(modeOf(folder.absolutePath()),
+                 expected == "tmp" ? modeOf(root.filePath("tmp")) : 0700);
+        QCOMPARE(capture.entries().size(), 0);
+    }
+
+    // Needs a noexec mount: made in a mount namespace of its own by running this test again
+    // inside `unshare`, skipped where the system allows none.
+    void scratchFoldersPassANoexecMountBy()
+    {
+        const QByteArray mounted = qgetenv("BRAMBLEWORTH_TEST_NOEXEC_MOUNT");
+        if (mounted.isEmpty()) {
+            QTemporaryDir root;
+            const QString mountPoint = root.filePath(QStringLiteral("noexec"));
+            QVERIFY(QDir().mkpath(mountPoint));
+            QProcess child;
+            QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+            environment.insert(QStringLiteral("BRAMBLEWORTH_TEST_NOEXEC_MOUNT"), mountPoint);
+            child.setProcessEnvironment(environment);
+            child.start(QStringLiteral("unshare"),
+                        {QStringLiteral("--user"), QStringLiteral("--map-root-user"),
+                         QStringLiteral("--mount"), QStringLiteral("/bin/sh"), QStringLiteral("-c"),
+                         QStringLiteral("mount -t tmpfs -o noexec tmpfs \"$0\" || exit 77; "
+                                        "exec \"$@\""),
+                         mountPoint, QCoreApplication::applicationFilePath(),
+                         QStringLiteral("scratchFoldersPassANoexecMountBy")});
+            if (!child.waitForFinished(30000))
+                QFAIL("the test in its own mount namespace did not end");
+            if (child.exitCode() == 77 || child.error() == QProcess::FailedToStart)
+                QSKIP("no mount namespace with a noexec mount can be made here");
+            QVERIFY2(child.exitCode() == 0, child.readAllStandardOutput().constData());
+            return;
+        }
+        const QString mountPoint = QFile::decodeName(mounted);
+        QVERIFY(FileUtils::isOnNoexecMount(mountPoint));
+        QTemporaryDir root;
+        const ScopedEnvironment tmp("TMPDIR", QFile::encodeName(root.path()));
+        const ScopedEnvironment run("XDG_RUNTIME_DIR", mounted);
+        LogCapture capture;
+        const auto first = FileUtils::tempraryFile();
+        const auto second = FileUtils::tempraryFile();
+        QVERIFY(first && second);
+        QCOMPARE(QFileInfo(QFileInfo(*first).absolutePath()).absolutePath(), root.path());
+        // Why, once.
+        const QStringList warnings = capture.messages(LogLevel::warning);
+        QCOMPARE(warnings.size(), 1);
+        QVERIFY2(warnings.first().contains(mountPoint) && warnings.first().contains("noexec"),
+                 qPrintable(warnings.first()));
+    }
+
     void failingScratchDirectoryIsLoggedAndAbsent()
     {
+        const ScopedEnvironment noRuntime("XDG_RUNTIME_DIR", QByteArray());
         const QByteArray saved = qgetenv("TMPDIR");
         qputenv("TMPDIR", "/nonexistent/brambleworth");
         LogCapture capture;
@@ -257,6 +366,62 @@ private slots:
         QVERIFY(!Utf8::encode(QString(QChar(0xD800))));
         QVERIFY(!Utf8::encode(QStringLiteral("a") + QChar(0xDC00) + QStringLiteral("b")));
         QCOMPARE(*Utf8::encode(QStringLiteral("😀")), QByteArray("\xF0\x9F\x98\x80"));
+    }
+
+    void utf8StreamHoldsBackOnlyACutCharacter_data()
+    {
+        QTest::addColumn<QByteArrayList>("chunks");
+        QTest::addColumn<QByteArray>("text");
+        QTest::addColumn<QList<bool>>("accepted");
+        QTest::addColumn<bool>("heldAtEnd");
+        using L = QByteArrayList;
+        using B = QList<bool>;
+        QTest::newRow("two bytes, cut after one")
+            << L{"x\xC3", "\xA9y"} << QByteArray("x\xC3\xA9y") << B{true, true} << false;
+        QTest::newRow("four bytes over three chunks")
+            << L{"\xF0", "\x9F", "\x98\x80!"} << QByteArray("\xF0\x9F\x98\x80!")
+            << B{true, true, true} << false;
+        QTest::newRow("three bytes, cut after two")
+            << L{"\xE2\x82", "\xAC"} << QByteArray("\xE2\x82\xAC") << B{true, true} << false;
+        QTest::newRow("invalid elsewhere drops the chunk whole")
+            << L{"ok",
+                 "a\xFF"
+                 "b\xC3",
+                 "c"}
+            << QByteArray("okc") << B{true, false, true} << false;
+        QTest::newRow("stray continuation byte") << L{"a", "\xA9"
+                                                           "b"}
+                                                 << QByteArray("a") << B{true, false} << false;
+        QTest::newRow("completion that is no character drops both parts")
+            << L{"a\xC3", "Zb", "c"} << QByteArray("ac") << B{true, false, true} << false;
+        // A beginning that no continuation can make valid is invalid already.
+        QTest::newRow("surrogate beginning")
+            << L{"a\xED\xA0", "\x80"} << QByteArray() << B{false, false} << false;
+        QTest::newRow("overlong beginning") << L{"a\xE0\x80"} << QByteArray() << B{false} << false;
+        QTest::newRow("beyond U+10FFFF") << L{"a\xF4\x90"} << QByteArray() << B{false} << false;
+        QTest::newRow("cut character at the end of the stream")
+            << L{"end\xE2\x82"} << QByteArray("end") << B{true} << true;
+    }
+
+    void utf8StreamHoldsBackOnlyACutCharacter()
+    {
+        QFETCH(QByteArrayList, chunks);
+        QFETCH(QByteArray, text);
+        QFETCH(QList<bool>, accepted);
+        QFETCH(bool, heldAtEnd);
+        Utf8Stream stream;
+        QByteArray out;
+        QList<bool> answers;
+        for (const QByteArray& chunk : chunks) {
+            const QByteArray before = out;
+            answers << stream.append(chunk, out);
+            if (!answers.last())
+                QCOMPARE(out, before);
+        }
+        QCOMPARE(answers, accepted);
+        QCOMPARE(out, text);
+        QCOMPARE(stream.finish(), heldAtEnd);
+        QVERIFY(stream.heldBack().isEmpty());
     }
 
     void jsonStringsRoundTrip_data()
