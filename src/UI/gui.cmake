@@ -62,7 +62,6 @@ qt_add_resources(brambleworth_gui brambleworth_preferences_icons
     PREFIX /brambleworth
     BASE UI
     FILES
-        UI/icons/little.svg
         UI/icons/preferences-caution.svg
         UI/icons/preferences-general.svg
         UI/icons/preferences-highlight.svg
