@@ -108,11 +108,11 @@ void EditScriptViewController::viewDidLoad()
         else if (key == themeNameKey)
             m_codeEditor->setThemeName(m_preferences->string(themeNameKey));
     });
-    buildLanguageList();
     connect(m_languagesPopUpButton, &QComboBox::currentIndexChanged, this, [this](int index) {
         if (m_isLanguageSelectionEnabled && index >= 0 && index < m_languages.size())
             applyLanguage(m_languages.at(index));
     });
+    buildLanguageList();
     m_languagesPopUpButton->setEnabled(!m_script->builtIn());
 
     // The editor: text, language, highlighting, theme and, for built-in scripts, read-only.
@@ -141,8 +141,8 @@ void EditScriptViewController::viewDidLoad()
         if (m_codeEditor->language() != language)
             m_codeEditor->setLanguage(language);
         for (int i = 0; i < m_languages.size(); ++i) {
-            if (m_languages.at(i).identifier == language
-                && m_languagesPopUpButton->currentIndex() != i) {
+            if (m_languages.at(i).identifier == language &&
+                m_languagesPopUpButton->currentIndex() != i) {
                 const QSignalBlocker blocker(m_languagesPopUpButton);
                 m_languagesPopUpButton->setCurrentIndex(i);
             }
@@ -176,6 +176,11 @@ void EditScriptViewController::viewDidLoad()
         m_updating = true;
         m_script->setCategory(text);
         m_updating = false;
+    });
+    // An accepted completion ("Net" becoming "Network") lands when the edit ends.
+    connect(m_categoryComboBox->lineEdit(), &QLineEdit::editingFinished, this, [this] {
+        if (m_script->category() != m_categoryComboBox->currentText())
+            m_script->setCategory(m_categoryComboBox->currentText());
     });
     connect(m_script.get(), &Script::categoryChanged, this, [this](const QString& category) {
         if (m_updating || m_categoryComboBox->currentText() == category)
@@ -338,9 +343,12 @@ void EditScriptViewController::removeLinkToFile()
                           this);
         alert.setInformativeText(tr("The script will be kept in Brambleworth but all new "
                                     "changes will not be saved to the file."));
-        alert.addButton(tr("Cancel"), QMessageBox::RejectRole);
+        // The first button is the one Return and Escape choose: keeping the link is safe.
+        QPushButton* cancel = alert.addButton(tr("Cancel"), QMessageBox::RejectRole);
         // "OK" is the same word everywhere.
         QPushButton* ok = alert.addButton(QStringLiteral("OK"), QMessageBox::AcceptRole);
+        alert.setDefaultButton(cancel);
+        alert.setEscapeButton(cancel);
         alert.exec();
         if (alert.clickedButton() != ok)
             return;
@@ -359,7 +367,8 @@ void EditScriptViewController::showLinkedFileInFinder()
 void EditScriptViewController::revealInFileManager(const QString& path)
 {
     QDBusMessage call = QDBusMessage::createMethodCall(
-        QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("/org/freedesktop/FileManager1"),
+        QStringLiteral("org.freedesktop.FileManager1"),
+        QStringLiteral("/org/freedesktop/FileManager1"),
         QStringLiteral("org.freedesktop.FileManager1"), QStringLiteral("ShowItems"));
     call << QStringList{QUrl::fromLocalFile(path).toString()} << QString();
     const QDBusMessage reply = QDBusConnection::sessionBus().call(call, QDBus::Block, 3000);
