@@ -61,8 +61,9 @@ EditScriptViewController::EditScriptViewController(const ScriptPtr& script,
 EditScriptViewController::~EditScriptViewController()
 {
     // The window deletes the pane when the selection moves on: the last edits are kept.
-    if (m_hotkeyView)
-        m_hotkeyView->setDelegate(nullptr);
+    // The children outlive this part of the object: no callbacks into it from here on.
+    m_codeEditor->removeEventFilter(this);
+    m_hotkeyView->setDelegate(nullptr);
     saveScripts();
 }
 
