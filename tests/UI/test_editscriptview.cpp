@@ -47,8 +47,11 @@ class TestEditScriptView : public QObject
     {
         if (preferences().boolean(QStringLiteral("RestrictSyntaxHighlight")))
             return {{"python", "Python"}, {"bash", "Bash"}};
-        return {{"python", "Python"}, {"bash", "Bash"},     {"cs", "C#"},
-                {"awk", "awk"},       {"haskell", "Haskell"}};
+        return {{"python", "Python"},
+                {"bash", "Bash"},
+                {"cs", "C#"},
+                {"awk", "awk"},
+                {"haskell", "Haskell"}};
     }
 
     std::unique_ptr<EditScriptViewController> makePane(const ScriptPtr& script)
@@ -154,10 +157,9 @@ private slots:
         auto pane = makePane(script);
         QVERIFY(QTest::qWaitForWindowExposed(pane.get()));
 
-        for (const char* name :
-             {"nameTextField", "keepLogButton", "codeEditor", "startButton",
-              "languagesPopUpButton", "hotkeyView", "categoryLabel", "categoryComboBox",
-              "linkedToStackView", "linkedToLabel"})
+        for (const char* name : {"nameTextField", "keepLogButton", "codeEditor", "startButton",
+                                 "languagesPopUpButton", "hotkeyView", "categoryLabel",
+                                 "categoryComboBox", "linkedToStackView", "linkedToLabel"})
             QVERIFY2(pane->findChild<QWidget*>(QString::fromLatin1(name)), name);
         // Each field is read out under its caption.
         QHash<QWidget*, QString> captions;
@@ -170,7 +172,8 @@ private slots:
         QCOMPARE(captions.value(pane->languagesPopUpButton()), QStringLiteral("Language"));
         QCOMPARE(captions.value(pane->hotkeyView()), QStringLiteral("Hot key"));
         QCOMPARE(captions.value(pane->linkedToLabel()), QStringLiteral("Linked to"));
-        QCOMPARE(pane->keepLogButton()->text().remove(QLatin1Char('&')), QStringLiteral("Keep log"));
+        QCOMPARE(pane->keepLogButton()->text().remove(QLatin1Char('&')),
+                 QStringLiteral("Keep log"));
 
         QVERIFY(!pane->startButton()->isVisible());
         QVERIFY(!pane->linkedToStackView()->isVisible());
@@ -224,7 +227,8 @@ private slots:
         QCOMPARE(pane->nameTextField()->text(), QStringLiteral("Renamed"));
         preferences().setValue(QStringLiteral("UseSyntaxtHighlighting"), false);
         QVERIFY(!pane->codeEditor()->isSyntaxHighlightEnabled());
-        preferences().setValue(QStringLiteral("SyntaxtHighlightThemeName"), QStringLiteral("xcode"));
+        preferences().setValue(QStringLiteral("SyntaxtHighlightThemeName"),
+                               QStringLiteral("xcode"));
         QCOMPARE(pane->codeEditor()->themeName(), QStringLiteral("xcode"));
 
         // Reset in the hot key field drops the assignment.
@@ -272,7 +276,8 @@ private slots:
         QCOMPARE(pane->languagesPopUpButton()->currentText(), QStringLiteral("Bash"));
         QCOMPARE(script->language(), QStringLiteral("bash"));
         QCOMPARE(pane->codeEditor()->language(), QStringLiteral("bash"));
-        QVERIFY(GuiTestSupport::saveScreenshot(pane.get(), QStringLiteral("editscript-restricted")));
+        QVERIFY(
+            GuiTestSupport::saveScreenshot(pane.get(), QStringLiteral("editscript-restricted")));
 
         // A script opened with the restriction already on changes at once.
         const ScriptPtr awk = Script::create(QStringLiteral("a"), QStringLiteral("x"), false);
@@ -299,7 +304,9 @@ private slots:
         QVERIFY(GuiTestSupport::saveScreenshot(pane.get(), QStringLiteral("editscript-linked")));
 
         QString revealed;
-        pane->revealFile = [&](const QString& p) { revealed = p; };
+        pane->revealFile = [&](const QString& p) {
+            revealed = p;
+        };
         QTest::mouseClick(pane->showLinkedFileButton(), Qt::LeftButton);
         QCOMPARE(revealed, path);
     }
@@ -326,8 +333,9 @@ private slots:
         answerAlert(answer, &text, &informative);
         QTest::mouseClick(pane->removeLinkButton(), Qt::LeftButton);
         QCOMPARE(text, QStringLiteral("Remove link to file ") + path + QStringLiteral(" ?"));
-        QCOMPARE(informative, QStringLiteral("The script will be kept in Brambleworth but all new "
-                                             "changes will not be saved to the file.|Cancel,OK|Cancel"));
+        QCOMPARE(informative,
+                 QStringLiteral("The script will be kept in Brambleworth but all new "
+                                "changes will not be saved to the file.|Cancel,OK|Cancel"));
         QCOMPARE(!script->bookmark().has_value(), unlinked);
         QCOMPARE(saved(), unlinked);
         QCOMPARE(pane->linkedToStackView()->isHidden(), unlinked);
@@ -349,7 +357,9 @@ private slots:
         QVERIFY(GuiTestSupport::saveScreenshot(pane.get(), QStringLiteral("editscript-gone")));
 
         bool revealed = false;
-        pane->revealFile = [&](const QString&) { revealed = true; };
+        pane->revealFile = [&](const QString&) {
+            revealed = true;
+        };
         QTest::mouseClick(pane->showLinkedFileButton(), Qt::LeftButton);
         QVERIFY(!revealed);
 
@@ -372,13 +382,15 @@ private slots:
         controller.setScriptExecutor(&executor);
         controller.setHotKeyManager(m_hotKeys.get());
         controller.setScriptPaneFactory([this](const ScriptPtr& s, MainWindowContoller& c) {
-            auto* pane = new EditScriptViewController(s, preferences(), [this] { return languages(); });
+            auto* pane =
+                new EditScriptViewController(s, preferences(), [this] { return languages(); });
             pane->setScriptsManager(c.scriptsManager());
             return pane;
         });
         ScriptList scripts;
         for (const char* name : {"alpha", "beta", "gamma"})
-            scripts.append(Script::create(QString::fromLatin1(name), QStringLiteral("echo\n"), false));
+            scripts.append(
+                Script::create(QString::fromLatin1(name), QStringLiteral("echo\n"), false));
         m_manager->setScripts(scripts);
         controller.showWindow();
         QVERIFY(QTest::qWaitForWindowExposed(controller.window()));
