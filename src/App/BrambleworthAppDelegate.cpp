@@ -6,6 +6,7 @@
 #include "App/UpdaterController.h"
 #include "BuildConfig.h"
 #include "HotKeys/AppHotKeyManager.h"
+#include "HotKeys/HotKeyManager.h"
 #include "Model/Preferences.h"
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
@@ -14,6 +15,7 @@
 #include "QuillonCommons/NotificationCenter.h"
 #include "QuillonCommons/StatusItem.h"
 #include "SyntaxHighlight/SyntaxHighlight.h"
+#include "UI/EditScriptViewController.h"
 #include "UI/MainWindow.h"
 #include "UI/MainWindowContoller.h"
 #include "UI/PreferencesWindowController.h"
@@ -72,6 +74,16 @@ void BrambleworthAppDelegate::applicationDidFinishLaunching()
     m_mainWindowController->setScriptsManager(m_scriptsManager);
     m_mainWindowController->setScriptExecutor(m_executor);
     m_mainWindowController->setHotKeyManager(m_hotKeyManager);
+    m_mainWindowController->setScriptPaneFactory(
+        [this](const ScriptPtr& script, MainWindowContoller& controller) -> DetailPane* {
+            auto* pane = new EditScriptViewController(script, *m_preferences, [] {
+                return SyntaxHighlight::shared().availableLanguages();
+            });
+            pane->setScriptsManager(controller.scriptsManager());
+            pane->setScriptExecutor(controller.scriptExecutor());
+            pane->setHotKeyManager(m_hotKeyManager, HotKeyManager::keyboardLayout());
+            return pane;
+        });
     connect(m_mainWindowController.get(), &MainWindowContoller::showSettingsRequested, this,
             &BrambleworthAppDelegate::showSettings);
     connect(m_mainWindowController.get(), &MainWindowContoller::quitRequested, this,

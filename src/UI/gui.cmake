@@ -3,6 +3,9 @@
 target_sources(brambleworth_gui PRIVATE
     UI/DetailPane.cpp
     UI/DetailPane.h
+    UI/EditScriptView.ui
+    UI/EditScriptViewController.cpp
+    UI/EditScriptViewController.h
     UI/LogViewerView.ui
     UI/LogViewerViewController.cpp
     UI/LogViewerViewController.h
