@@ -68,8 +68,7 @@ QIcon AppActions::littleImage()
         if (QFileInfo::exists(beside))
             return QIcon(beside);
     }
-    return QIcon::fromTheme(QStringLiteral("utilities-terminal"),
-                            QIcon(QStringLiteral(":/brambleworth/icons/little.svg")));
+    return QIcon(QStringLiteral(":/icons/hicolor/scalable/apps/org.brambleworth.Brambleworth.svg"));
 }
 
 QWidget* AppActions::aboutBox()

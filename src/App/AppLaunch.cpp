@@ -11,6 +11,7 @@
 #include "QuillonCommons/AppLogger.h"
 #include "SyntaxHighlight/SyntaxHighlight.h"
 #include "UI/MainWindowContoller.h"
+#include "platform/linux/DBusNotificationCenter.h"
 #include "platform/linux/SingleInstance.h"
 #include "platform/x11/X11HotKeys.h"
 
@@ -98,6 +99,9 @@ int AppLaunch::run(int argc, char** argv)
     case SingleInstance::Claim::owner:
         break;
     }
+
+    // Keyboard and login-item changes travel as session bus signals.
+    DBusNotificationCenter::install(&app);
 
     // Hot keys go through the application's own X connection.
     X11HotKeys::install(KeyboardLayout::shared());

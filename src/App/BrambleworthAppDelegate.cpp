@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/BrambleworthAppDelegate.h"
 
+#include "App/AppActions.h"
 #include "App/CommandLineFront.h"
+#include "App/UpdaterController.h"
 #include "BuildConfig.h"
 #include "HotKeys/AppHotKeyManager.h"
+#include "HotKeys/HotKeyManager.h"
 #include "Model/Preferences.h"
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/AutoLaunch.h"
+#include "QuillonCommons/AutoLaunchWatcher.h"
 #include "QuillonCommons/NotificationCenter.h"
 #include "QuillonCommons/StatusItem.h"
+#include "SyntaxHighlight/SyntaxHighlight.h"
+#include "UI/EditScriptViewController.h"
 #include "UI/MainWindow.h"
 #include "UI/MainWindowContoller.h"
+#include "UI/PreferencesWindowController.h"
 #include "platform/linux/StatusNotifierHost.h"
 
 #include <QApplication>
@@ -45,9 +53,9 @@ void BrambleworthAppDelegate::applicationDidFinishLaunching()
     m_preferences->registerStandardDefaults();
     AppLogger::logger();
 
-    // 3. The updater exists only with a feed address.
-    if (QStringLiteral(BRAMBLEWORTH_FEED_URL).isEmpty())
-        AppLogger::error(QStringLiteral("SUFeedURL is not defined in Info.plist or empty"));
+    // 3. The updater exists only with a feed address (its absence is logged).
+    m_updaterController = UpdaterController::makeIfConfigured(QStringLiteral(BRAMBLEWORTH_FEED_URL),
+                                                              m_preferences.data());
 
     // 4. The tray icon and its menu, built at each opening.
     createStatusItem();
@@ -66,6 +74,16 @@ void BrambleworthAppDelegate::applicationDidFinishLaunching()
     m_mainWindowController->setScriptsManager(m_scriptsManager);
     m_mainWindowController->setScriptExecutor(m_executor);
     m_mainWindowController->setHotKeyManager(m_hotKeyManager);
+    m_mainWindowController->setScriptPaneFactory(
+        [this](const ScriptPtr& script, MainWindowContoller& controller) -> DetailPane* {
+            auto* pane = new EditScriptViewController(script, *m_preferences, [] {
+                return SyntaxHighlight::shared().availableLanguages();
+            });
+            pane->setScriptsManager(controller.scriptsManager());
+            pane->setScriptExecutor(controller.scriptExecutor());
+            pane->setHotKeyManager(m_hotKeyManager, HotKeyManager::keyboardLayout());
+            return pane;
+        });
     connect(m_mainWindowController.get(), &MainWindowContoller::showSettingsRequested, this,
             &BrambleworthAppDelegate::showSettings);
     connect(m_mainWindowController.get(), &MainWindowContoller::quitRequested, this,
@@ -209,7 +227,7 @@ void BrambleworthAppDelegate::menuNeedsUpdate(QMenu* menu)
     menu->addSeparator();
     QAction* updates = addItem(menu, tr("Check Updates…"));
     // Without a feed there is no updater to carry it out.
-    updates->setEnabled(!QStringLiteral(BRAMBLEWORTH_FEED_URL).isEmpty());
+    updates->setEnabled(m_updaterController != nullptr);
     connect(updates, &QAction::triggered, this, &BrambleworthAppDelegate::checkForUpdates);
     connect(addItem(menu, tr("Settings…")), &QAction::triggered, this,
             &BrambleworthAppDelegate::showSettings);
@@ -293,20 +311,34 @@ void BrambleworthAppDelegate::quit()
 
 void BrambleworthAppDelegate::showAbout()
 {
+    AppActions::showAbout();
     emit showAboutRequested();
 }
 
 void BrambleworthAppDelegate::showSettings()
 {
+    if (!m_preferecesWindowController) {
+        // Start at login is watched only while someone can see it.
+        m_autoLaunch = std::make_unique<AutoLaunch>(AutoLaunch::forThisProgram());
+        new AutoLaunchWatcher(m_autoLaunch->entryPath(), NotificationCenter::distributedCenter(),
+                              this);
+        m_preferecesWindowController = PreferencesWindowController::makeStandard(
+            {m_preferences.data(), m_scriptsManager.data(), m_updaterController.get(),
+             m_autoLaunch.get(), &SyntaxHighlight::shared()});
+    }
+    m_preferecesWindowController->showWindow();
     emit showSettingsRequested();
 }
 
 void BrambleworthAppDelegate::sendFeedbacks()
 {
+    AppActions::sendFeedbacks();
     emit sendFeedbacksRequested();
 }
 
 void BrambleworthAppDelegate::checkForUpdates()
 {
+    if (m_updaterController)
+        m_updaterController->checkForUpdates();
     emit checkForUpdatesRequested();
 }

@@ -12,7 +12,11 @@
 #include <optional>
 
 #include "HotKeys/AppHotKeyManager.h"
+class AutoLaunch;
+class AutoLaunchWatcher;
 class MainWindowContoller;
+class PreferencesWindowController;
+class UpdaterController;
 class Preferences;
 class QAction;
 class QMenu;
@@ -38,6 +42,11 @@ public:
     StatusItem* statusItem() const { return m_statusItem; }
     QMenu* statusMenu() const { return m_statusMenu.get(); }
     AppHotKeyManager* hotKeyManager() const { return m_hotKeyManager; }
+    UpdaterController* updaterController() const { return m_updaterController.get(); }
+    PreferencesWindowController* preferecesWindowController() const
+    {
+        return m_preferecesWindowController.get();
+    }
 
     // Wiring made once before launch; without it the process-wide hot key manager is used.
     void setHotKeyManager(AppHotKeyManager* hotKeyManager) { m_hotKeyManager = hotKeyManager; }
@@ -62,14 +71,13 @@ public slots:
     void openMainWindow();
     void execute(QObject* sender);
     void quit();
-    // Filled in with the preferences, about and feedback windows.
     void showAbout();
     void showSettings();
     void sendFeedbacks();
     void checkForUpdates();
 
 signals:
-    // Each application-wide action, for the windows that carry it out.
+    // Each application-wide action, after it was carried out.
     void showAboutRequested();
     void showSettingsRequested();
     void sendFeedbacksRequested();
@@ -82,6 +90,10 @@ private:
     QAction* addItem(QMenu* menu, const QString& title);
 
     std::unique_ptr<MainWindowContoller> m_mainWindowController;
+    std::unique_ptr<UpdaterController> m_updaterController;
+    // Spelled as the rest of the program knows it, deliberately.
+    std::unique_ptr<PreferencesWindowController> m_preferecesWindowController;
+    std::unique_ptr<AutoLaunch> m_autoLaunch;
     QPointer<ScriptsManager> m_scriptsManager;
     QPointer<Preferences> m_preferences;
     ScriptExecutorManager* m_executor = nullptr;

@@ -2,7 +2,7 @@
 #include "SyntaxHighlight/HTMLEntities.h"
 
 #include "SyntaxHighlight/CompiledPattern.h"
-#include "SyntaxHighlight/HighlightedHTMLParser.h"
+#include "SyntaxHighlight/GraphemeCount.h"
 
 #include <QList>
 #include <QVarLengthArray>
@@ -148,7 +148,7 @@ void HTMLEntities::appendDecoded(QStringView text, QString& output)
     }
 
     // Searched over the character count, like the HTML it came from (see HighlightedHTMLParser).
-    const QStringView searched = text.first(HighlightedHTMLParser::characterCount(text));
+    const QStringView searched = text.first(GraphemeCount::characterCount(text));
 
     // Each search goes on from where the previous match ended, as a scan for all matches does.
     struct Replacement

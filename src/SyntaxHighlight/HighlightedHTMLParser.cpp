@@ -3,9 +3,8 @@
 
 #include "QuillonCommons/AppLogger.h"
 #include "SyntaxHighlight/CompiledPattern.h"
+#include "SyntaxHighlight/GraphemeCount.h"
 #include "SyntaxHighlight/HTMLEntities.h"
-
-#include <QTextBoundaryFinder>
 
 #include <vector>
 
@@ -43,26 +42,6 @@ bool startsWithClosingTag(QStringView searched)
 
 } // namespace
 
-int HighlightedHTMLParser::characterCount(QStringView text)
-{
-    // Below U+0300 no character joins its neighbour, except a line feed after a carriage
-    // return; such text, the usual case, has as many characters as units.
-    bool simple = true;
-    for (qsizetype i = 0; i < text.size() && simple; ++i) {
-        const char16_t unit = text[i].unicode();
-        if (unit >= 0x300 || (unit == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n'))
-            simple = false;
-    }
-    if (simple)
-        return int(text.size());
-
-    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());
-    int count = 0;
-    while (finder.toNextBoundary() >= 0)
-        ++count;
-    return count;
-}
-
 std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html, QString& text)
 {
     // One set per thread: a pattern holds the captures of its last search.
@@ -78,7 +57,7 @@ std::unique_ptr<ClassRangeNode> HighlightedHTMLParser::parse(const QString& html
     text.clear();
     text.reserve(html.size());
     int textLength = 0;
-    const int total = characterCount(html);
+    const int total = GraphemeCount::characterCount(html);
 
     for (;;) {
         const QStringView searched = QStringView(html).mid(position, total - position);

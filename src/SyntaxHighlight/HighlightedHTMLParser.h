@@ -24,7 +24,4 @@ public:
     // than one match", "found end span but no start" at error level). `text` receives the
     // rebuilt text, also when the parse fails part-way.
     static std::unique_ptr<ClassRangeNode> parse(const QString& html, QString& text);
-
-    // The length of a text in grapheme clusters.
-    static int characterCount(QStringView text);
 };

@@ -11,6 +11,8 @@ target_sources(brambleworth_core PRIVATE
     SyntaxHighlight/Color.h
     SyntaxHighlight/CSSColors.cpp
     SyntaxHighlight/CSSColors.h
+    SyntaxHighlight/GraphemeCount.cpp
+    SyntaxHighlight/GraphemeCount.h
     SyntaxHighlight/HighlightAttributedString.cpp
     SyntaxHighlight/HighlightAttributedString.h
     SyntaxHighlight/HighlightedHTMLParser.cpp
@@ -73,8 +75,10 @@ find_program(NPM_EXECUTABLE npm REQUIRED)
 set(BRAMBLEWORTH_HLJS_SOURCE_DIR ${PROJECT_SOURCE_DIR}/third_party/highlightjs)
 set(BRAMBLEWORTH_HLJS_BUILD_DIR ${PROJECT_BINARY_DIR}/third_party/highlightjs)
 set(BRAMBLEWORTH_HLJS_STAMP ${BRAMBLEWORTH_HLJS_BUILD_DIR}/node_modules/.brambleworth-installed)
+# Made now, not by the command: Makefile generators change into the working directory before
+# the first command runs.
+file(MAKE_DIRECTORY ${BRAMBLEWORTH_HLJS_BUILD_DIR})
 add_custom_command(OUTPUT ${BRAMBLEWORTH_HLJS_STAMP}
-    COMMAND ${CMAKE_COMMAND} -E make_directory ${BRAMBLEWORTH_HLJS_BUILD_DIR}
     COMMAND ${CMAKE_COMMAND} -E copy_if_different
         ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/package.json ${BRAMBLEWORTH_HLJS_SOURCE_DIR}/package-lock.json
         ${BRAMBLEWORTH_HLJS_BUILD_DIR}
@@ -98,9 +102,21 @@ add_custom_command(OUTPUT ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGE
     VERBATIM)
 set_source_files_properties(${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
     PROPERTIES GENERATED TRUE)
+# One target owns the scripts. Makefile generators run a custom command once for every target
+# that lists its outputs, and two npm installs into one folder at once break each other.
+add_custom_target(brambleworth_highlightjs_scripts
+    DEPENDS ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES})
+# Qt lists the resource files again in a target of its own for IDEs; this property makes that
+# target wait for the one above too.
+set_source_files_properties(${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
+    PROPERTIES _qt_resource_target_dependency brambleworth_highlightjs_scripts)
 
 qt_add_resources(brambleworth_core brambleworth_highlightjs
     PREFIX /highlightjs
     BASE ${BRAMBLEWORTH_HLJS_BUILD_DIR}
     OPTIONS -no-compress
-    FILES ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES})
+    FILES ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
+    OUTPUT_TARGETS brambleworth_highlightjs_resource_targets)
+foreach(target IN ITEMS brambleworth_core LISTS brambleworth_highlightjs_resource_targets)
+    add_dependencies(${target} brambleworth_highlightjs_scripts)
+endforeach()

@@ -3,6 +3,7 @@
 
 #include "Execution/RunningScript.h"
 #include "Execution/ScriptExecutorManager.h"
+#include "UI/DetailPane.h"
 
 #include <QDateTime>
 #include <QPointer>
@@ -28,7 +29,7 @@ class LogViewerView;
 // the run's own UTF-8 store and indexes what it gained, at most once per frame. The user's
 // selection and scroll position stay where they were; a view scrolled to the end follows the new
 // output.
-class LogViewerViewController : public QWidget
+class LogViewerViewController : public QWidget, public DetailPane
 {
     Q_OBJECT
 
@@ -40,6 +41,7 @@ public:
     ~LogViewerViewController() override;
 
     QWidget* widget() { return this; }
+    QWidget* view() override { return this; }
 
     QLabel* runningFromLabel() const { return m_runningFromLabel; }
     QPushButton* stopButton() const { return m_stopButton; }

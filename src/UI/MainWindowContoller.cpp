@@ -6,6 +6,7 @@
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
 #include "QuillonCommons/NotificationCenter.h"
+#include "UI/LogViewerViewController.h"
 #include "UI/MainWindow.h"
 #include "UI/NoSelectionViewController.h"
 #include "UI/ScriptExporter.h"
@@ -94,6 +95,10 @@ MainWindowContoller::MainWindowContoller(Preferences& preferences,
     m_window->setCentralWidget(content);
 
     buildToolbar();
+
+    m_runningScriptPaneFactory = [](const RunningScriptPtr& run, MainWindowContoller& controller) {
+        return new LogViewerViewController(run, controller.scriptExecutor());
+    };
 
     connect(m_sidebar, &SidebarViewController::saveToRequested, this, &MainWindowContoller::saveTo);
     connect(m_sidebar, &SidebarViewController::deleteScriptRequested, this,

@@ -3,6 +3,9 @@
 target_sources(brambleworth_gui PRIVATE
     UI/DetailPane.cpp
     UI/DetailPane.h
+    UI/EditScriptView.ui
+    UI/EditScriptViewController.cpp
+    UI/EditScriptViewController.h
     UI/LogViewerView.ui
     UI/LogViewerViewController.cpp
     UI/LogViewerViewController.h
@@ -64,7 +67,6 @@ qt_add_resources(brambleworth_gui brambleworth_preferences_icons
     PREFIX /brambleworth
     BASE UI
     FILES
-        UI/icons/little.svg
         UI/icons/preferences-caution.svg
         UI/icons/preferences-general.svg
         UI/icons/preferences-highlight.svg

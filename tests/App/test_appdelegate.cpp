@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/AppActions.h"
 #include "App/BrambleworthAppDelegate.h"
 #include "FakeHotKeyBackend.h"
 #include "FakeKeyboardLayoutSource.h"
@@ -11,8 +12,11 @@
 #include "QuillonCommons/StatusItem.h"
 #include "UI/MainWindow.h"
 #include "UI/MainWindowContoller.h"
+#include "UI/PreferencesWindow.h"
+#include "UI/PreferencesWindowController.h"
 #include "common/GuiTestSupport.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QMenu>
 #include <QSignalSpy>
@@ -20,6 +24,16 @@
 
 // The application's launch order, its tray menu (exact items, rebuilt at each opening), and
 // scripts started from the menu, from hot keys and for other processes.
+// Stands in for the mail program.
+class MailRecorder : public QObject
+{
+    Q_OBJECT
+public:
+    QList<QUrl> opened;
+public slots:
+    void open(const QUrl& url) { opened.append(url); }
+};
+
 class TestAppDelegate : public QObject
 {
     Q_OBJECT
@@ -233,6 +247,8 @@ private slots:
         QSignalSpy settings(m_delegate.get(), &BrambleworthAppDelegate::showSettingsRequested);
         QSignalSpy about(m_delegate.get(), &BrambleworthAppDelegate::showAboutRequested);
         QSignalSpy feedback(m_delegate.get(), &BrambleworthAppDelegate::sendFeedbacksRequested);
+        MailRecorder mail;
+        QDesktopServices::setUrlHandler(QStringLiteral("mailto"), &mail, "open");
         menu->popup(QPoint(40, 40));
         for (QAction* action : menu->actions()) {
             if (action->text().startsWith(QLatin1String("Settings")) ||
@@ -241,7 +257,16 @@ private slots:
                 action->trigger();
         }
         menu->hide();
+        QDesktopServices::unsetUrlHandler(QStringLiteral("mailto"));
         QCOMPARE(settings.count() + about.count() + feedback.count(), 3);
+        // Each item reached the window or program that carries it out.
+        QVERIFY(m_delegate->preferecesWindowController());
+        QVERIFY(m_delegate->preferecesWindowController()->window()->isVisible());
+        QVERIFY(AppActions::aboutBox() && AppActions::aboutBox()->isVisible());
+        QCOMPARE(mail.opened.size(), 1);
+        QCOMPARE(mail.opened.first().scheme(), QStringLiteral("mailto"));
+        AppActions::aboutBox()->close();
+        m_delegate->preferecesWindowController()->window()->hide();
 
         // Only script items start anything.
         m_delegate->execute(nullptr);

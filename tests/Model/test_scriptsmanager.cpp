@@ -52,8 +52,10 @@ class TestScriptsManager : public QObject
     // A resources folder holding only a "BuiltIn Scripts" folder with the given files.
     QString builtInFolder(const QMap<QString, QByteArray>& files)
     {
-        const QString resources =
-            QDir::tempPath() + QStringLiteral("/brambleworth-res-") + QString::number(++m_folders);
+        // The process id keeps two runs of this test at once out of each other's folders.
+        const QString resources = QDir::tempPath() + QStringLiteral("/brambleworth-res-%1-%2")
+                                                         .arg(QCoreApplication::applicationPid())
+                                                         .arg(++m_folders);
         QDir(resources).removeRecursively();
         for (auto it = files.cbegin(); it != files.cend(); ++it)
             TestEnvironment::writeFile(resources + QStringLiteral("/BuiltIn Scripts/") + it.key(),

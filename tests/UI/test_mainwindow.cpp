@@ -169,8 +169,11 @@ private slots:
             run->setIsRunning(false);
             QCOMPARE(enabledItems(), QStringLiteral("delete"));
         }
-        // Without an editor pane or log viewer plugged in, the placeholder shows.
-        QCOMPARE(m_controller->detailView()->objectName(), NoSelectionViewController::identifier());
+        // A run shows its log; without an editor pane plugged in, a script shows the placeholder.
+        const bool isRun =
+            selection == QLatin1String("running") || selection == QLatin1String("ended");
+        QCOMPARE(m_controller->detailView()->objectName(),
+                 isRun ? QStringLiteral("LogViewerView") : NoSelectionViewController::identifier());
     }
 
     void detailPaneComesFromThePluggedInFactories()

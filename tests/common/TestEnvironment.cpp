@@ -18,6 +18,10 @@ TestEnvironment::TestEnvironment()
         QDir().mkpath(folder);
         qputenv(variable, QFile::encodeName(folder));
     }
+    // The same locale however the test is started (ctest sets it too), so that no result depends
+    // on the language of the person running it.
+    qputenv("LANG", "C.UTF-8");
+    qputenv("LC_ALL", "C.UTF-8");
     AppConfig::resetForTesting();
 }
 

@@ -7,7 +7,7 @@
 #include <QTest>
 
 // Gives a test process its own XDG folders (config, data, cache) in a temporary directory,
-// so nothing a test does reaches the user's real settings or library.
+// so nothing a test does reaches the user's real settings or library, and the C.UTF-8 locale.
 class TestEnvironment
 {
 public:

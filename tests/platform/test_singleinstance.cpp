@@ -69,8 +69,12 @@ private slots:
                       {QStringLiteral("--trigger"), QStringLiteral("Anything")});
         QVERIFY(process.waitForFinished(20000));
         QCOMPARE(process.exitCode(), 1);
-        QCOMPARE(QString::fromUtf8(process.readAllStandardError()).trimmed(),
-                 QStringLiteral("brambleworth: Brambleworth is not running."));
+        // Only the first line is ours: under load Qt's bus thread sometimes adds type warnings
+        // of its own while the process exits.
+        const QStringList lines = QString::fromUtf8(process.readAllStandardError()).split('\n');
+        QCOMPARE(lines.first(), QStringLiteral("brambleworth: Brambleworth is not running."));
+        for (const QString& line : lines.mid(1))
+            QVERIFY2(!line.startsWith(QLatin1String("brambleworth")), qPrintable(line));
         QVERIFY(process.readAllStandardOutput().isEmpty());
     }
 };
