@@ -259,10 +259,9 @@ qsizetype TQLogTextView::offsetAt(qsizetype row, int column) const
 
 qsizetype TQLogTextView::offsetAt(const QPoint& point) const
 {
-    const qsizetype row =
-        std::clamp<qsizetype>(verticalScrollBar()->value() + point.y() / lineHeight() -
-                                  (point.y() < 0 ? 1 : 0),
-                              0, rowCount() - 1);
+    const qsizetype row = std::clamp<qsizetype>(
+        verticalScrollBar()->value() + point.y() / lineHeight() - (point.y() < 0 ? 1 : 0), 0,
+        rowCount() - 1);
     const qreal x = point.x() - margin + horizontalScrollBar()->value();
     return offsetAt(row, int(std::max<qreal>(0.0, std::round(x / charWidth()))));
 }
@@ -370,8 +369,7 @@ void TQLogTextView::paintEvent(QPaintEvent*)
             painter.drawText(QPointF(textX, y + ascent), shown);
             painter.restore();
         }
-        if (hasFocus() && m_position >= start && m_position <= end &&
-            rowOf(m_position) == row) {
+        if (hasFocus() && m_position >= start && m_position <= end && rowOf(m_position) == row) {
             const qreal x = margin + columnOf(row, m_position) * width - scrollX;
             painter.setPen(palette().color(group, QPalette::Text));
             painter.drawLine(QPointF(x, y), QPointF(x, y + height - 1));
@@ -473,8 +471,7 @@ void TQLogTextView::mousePressEvent(QMouseEvent* event)
         return;
     }
     m_selecting = true;
-    moveCursor(offsetAt(event->position().toPoint()),
-               event->modifiers() & Qt::ShiftModifier);
+    moveCursor(offsetAt(event->position().toPoint()), event->modifiers() & Qt::ShiftModifier);
 }
 
 void TQLogTextView::mouseMoveEvent(QMouseEvent* event)
@@ -517,8 +514,8 @@ void TQLogTextView::mouseDoubleClickEvent(QMouseEvent* event)
 void TQLogTextView::contextMenuEvent(QContextMenuEvent* event)
 {
     QMenu menu(this);
-    QAction* copyAction = menu.addAction(QIcon::fromTheme(QStringLiteral("edit-copy")),
-                                         tr("&Copy"), this, &TQLogTextView::copy);
+    QAction* copyAction = menu.addAction(QIcon::fromTheme(QStringLiteral("edit-copy")), tr("&Copy"),
+                                         this, &TQLogTextView::copy);
     copyAction->setShortcut(QKeySequence::Copy);
     copyAction->setEnabled(hasSelection());
     QAction* selectAllAction = menu.addAction(QIcon::fromTheme(QStringLiteral("edit-select-all")),

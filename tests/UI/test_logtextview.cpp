@@ -154,8 +154,8 @@ void TestLogTextView::mouseSelection()
 
     QTest::mousePress(viewport, Qt::LeftButton, {}, rowPoint(view, 0, 0));
     QMouseEvent drag(QEvent::MouseMove, rowPoint(view, 1, viewport->width() - 1),
-                     viewport->mapToGlobal(rowPoint(view, 1, viewport->width() - 1)),
-                     Qt::NoButton, Qt::LeftButton, Qt::NoModifier);
+                     viewport->mapToGlobal(rowPoint(view, 1, viewport->width() - 1)), Qt::NoButton,
+                     Qt::LeftButton, Qt::NoModifier);
     QApplication::sendEvent(viewport, &drag);
     QTest::mouseRelease(viewport, Qt::LeftButton, {}, rowPoint(view, 1, viewport->width() - 1));
     QCOMPARE(view.selectedText(), QStringLiteral("first line\nsecond line"));
