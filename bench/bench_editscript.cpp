@@ -62,9 +62,8 @@ int main(int argc, char** argv)
     MainWindowContoller controller(preferences, &center);
     controller.setScriptsManager(&manager);
     controller.setScriptPaneFactory([&](const ScriptPtr& script, MainWindowContoller& c) {
-        auto* pane = new EditScriptViewController(script, preferences, [] {
-            return SyntaxHighlight::shared().availableLanguages();
-        });
+        auto* pane = new EditScriptViewController(
+            script, preferences, [] { return SyntaxHighlight::shared().availableLanguages(); });
         pane->setScriptsManager(c.scriptsManager());
         return pane;
     });

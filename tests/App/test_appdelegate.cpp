@@ -144,6 +144,8 @@ private slots:
 
     void cleanup()
     {
+        if (m_delegate)
+            TestEnvironment::finishRuns(m_delegate->executor());
         m_delegate.reset();
         m_hotKeys.reset();
         m_manager.reset();
@@ -386,7 +388,9 @@ private slots:
         QVERIFY(TestEnvironment::readFile(m_folder + QStringLiteral("/Brambleworth.json"))
                     .contains("Unsaved"));
         QVERIFY(run->isRunning());
+        const std::weak_ptr<ScriptProcess> process = run->process();
         run->process()->interrupt();
+        QTRY_VERIFY_WITH_TIMEOUT(process.expired(), 10000);
     }
 };
 

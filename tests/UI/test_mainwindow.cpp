@@ -95,6 +95,8 @@ private slots:
 
     void cleanup()
     {
+        if (m_executor)
+            TestEnvironment::finishRuns(*m_executor);
         m_controller.reset();
         m_hotKeys.reset();
         m_executor.reset();

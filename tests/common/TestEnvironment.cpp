@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "common/TestEnvironment.h"
 
+#include "Execution/ScriptExecutorManager.h"
 #include "Model/AppConfig.h"
 
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+
+#include <algorithm>
 
 TestEnvironment::TestEnvironment()
     : m_root(QDir::tempPath() + QStringLiteral("/brambleworth-test-XXXXXX"))
@@ -61,4 +65,23 @@ QByteArray TestEnvironment::readFile(const QString& path)
     if (!file.open(QIODevice::ReadOnly))
         return {};
     return file.readAll();
+}
+
+void TestEnvironment::finishRuns(ScriptExecutorManager& executor)
+{
+    const RunningScriptList runs = executor.runningScripts(); // stop() edits the list
+    for (const RunningScriptPtr& run : runs) {
+        if (run->isRunning())
+            executor.stop(run);
+    }
+    QDeadlineTimer deadline(10000);
+    const auto anyRunning = [&executor] {
+        const RunningScriptList current = executor.runningScripts();
+        return std::any_of(current.cbegin(), current.cend(),
+                           [](const RunningScriptPtr& run) { return run->isRunning(); });
+    };
+    while (anyRunning() && !deadline.hasExpired())
+        QTest::qWait(10);
+    // The end of the pipes is read right after the end of the process is announced.
+    QTest::qWait(200);
 }

@@ -8,6 +8,8 @@
 
 // Gives a test process its own XDG folders (config, data, cache) in a temporary directory,
 // so nothing a test does reaches the user's real settings or library, and the C.UTF-8 locale.
+class ScriptExecutorManager;
+
 class TestEnvironment
 {
 public:
@@ -21,6 +23,11 @@ public:
     // The folder where tests leave files for people to look at (screenshots, reports).
     static QString outputFolder();
     static QString dataFolder();
+
+    // Stops the executor's runs and waits until they have ended and their pipes are read to
+    // the end: a run whose child still goes keeps itself alive on purpose, and would be
+    // reported as leaked when the test ends first.
+    static void finishRuns(ScriptExecutorManager& executor);
 
     static void writeFile(const QString& path, const QByteArray& data);
     static QByteArray readFile(const QString& path);
