@@ -6,7 +6,9 @@
 
 #include <QFile>
 #include <QSocketNotifier>
+
 #include <QTimer>
+#include <atomic>
 
 #include <cerrno>
 #include <csignal>
@@ -76,10 +78,23 @@ std::shared_ptr<ScriptProcess> ScriptProcess::create()
                                           [](ScriptProcess* process) { process->deleteLater(); });
 }
 
-ScriptProcess::ScriptProcess() = default;
+namespace {
+std::atomic<int> g_liveCount{0};
+} // namespace
+
+int ScriptProcess::liveCount()
+{
+    return g_liveCount.load();
+}
+
+ScriptProcess::ScriptProcess()
+{
+    ++g_liveCount;
+}
 
 ScriptProcess::~ScriptProcess()
 {
+    --g_liveCount;
     closeQuietly(m_out.fd);
     closeQuietly(m_err.fd);
     if (m_pidfd >= 0 && !m_termination) {

@@ -42,6 +42,9 @@ public:
     };
 
     static std::shared_ptr<ScriptProcess> create();
+    // How many process objects exist: a run keeps its own alive until its child has ended and
+    // both pipes are read to the end, so tests wait for this to reach zero before they end.
+    static int liveCount();
     ~ScriptProcess() override;
     ScriptProcess(const ScriptProcess&) = delete;
     ScriptProcess& operator=(const ScriptProcess&) = delete;

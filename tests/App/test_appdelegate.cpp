@@ -378,7 +378,7 @@ private slots:
     {
         writeLibrary({script(QStringLiteral("Sleeper"))});
         launch();
-        m_manager->scripts().first()->setContent(QStringLiteral("#!/bin/sh\nsleep 30\n"));
+        m_manager->scripts().first()->setContent(QStringLiteral("#!/bin/sh\nsleep 3\n"));
         m_delegate->execute(nullptr);
         m_delegate->trigger(QStringLiteral("Sleeper"));
         const RunningScriptPtr run = m_delegate->executor().runningScripts().first();

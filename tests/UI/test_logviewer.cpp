@@ -84,6 +84,7 @@ void TestLogViewer::setUp()
     const int runs = int(executor.runningScripts().size());
     viewer.stopButton()->click();
     QCOMPARE(int(executor.runningScripts().size()), runs);
+    TestEnvironment::finishRuns(executor);
 }
 
 void TestLogViewer::withoutRun()

@@ -291,7 +291,7 @@ private slots:
     void runsStartStopAndLeaveTheList()
     {
         const ScriptPtr script = Script::create(QStringLiteral("Sleeper"),
-                                                QStringLiteral("#!/bin/sh\nsleep 30\n"), false);
+                                                QStringLiteral("#!/bin/sh\nsleep 3\n"), false);
         m_manager->setScripts({script});
         QVERIFY(sidebar()->selectScript(script));
         m_controller->startScript();
@@ -309,6 +309,7 @@ private slots:
         QCOMPARE(menu->actions().size(), 1);
         QCOMPARE(menu->actions().first()->text(), QStringLiteral("Delete log"));
 
+        const std::weak_ptr<ScriptProcess> process = run->process();
         m_controller->stopScript();
         QVERIFY(m_executor->runningScripts().isEmpty());
         QCOMPARE(sidebar()->model()->rowCount(sidebar()->model()->runningScriptsIndex()), 0);
@@ -316,11 +317,13 @@ private slots:
         QVERIFY(!m_announced.last().isValid());
         QCOMPARE(m_controller->detailView()->objectName(), NoSelectionViewController::identifier());
         QCOMPARE(enabledItems(), QString());
+        // The stopped child ends on its own time; its process object goes with it.
+        QTRY_VERIFY_WITH_TIMEOUT(process.expired(), 10000);
     }
 
     void selectionSurvivesEveryListUpdate()
     {
-        m_manager->setScripts(makeScripts(5, QStringLiteral("#!/bin/sh\nsleep 30\n")));
+        m_manager->setScripts(makeScripts(5, QStringLiteral("#!/bin/sh\nsleep 3\n")));
         const ScriptPtr target = m_manager->scripts().at(3);
         QVERIFY(sidebar()->selectScript(target));
         const qsizetype announcements = m_announced.size();
@@ -396,7 +399,7 @@ private slots:
 
         // Start and stop from the keyboard, on the selected script and then its run.
         const ScriptPtr sleeper = m_manager->scripts().first();
-        sleeper->setContent(QStringLiteral("#!/bin/sh\nsleep 30\n"));
+        sleeper->setContent(QStringLiteral("#!/bin/sh\nsleep 3\n"));
         QVERIFY(sidebar()->selectScript(sleeper));
         QTest::keyClick(window, Qt::Key_Return, Qt::ControlModifier);
         QCOMPARE(m_executor->runningScripts().size(), 1);

@@ -74,14 +74,8 @@ void TestEnvironment::finishRuns(ScriptExecutorManager& executor)
         if (run->isRunning())
             executor.stop(run);
     }
+    // Runs already gone from the list may still have a child and pipes to finish.
     QDeadlineTimer deadline(10000);
-    const auto anyRunning = [&executor] {
-        const RunningScriptList current = executor.runningScripts();
-        return std::any_of(current.cbegin(), current.cend(),
-                           [](const RunningScriptPtr& run) { return run->isRunning(); });
-    };
-    while (anyRunning() && !deadline.hasExpired())
+    while (ScriptProcess::liveCount() > 0 && !deadline.hasExpired())
         QTest::qWait(10);
-    // The end of the pipes is read right after the end of the process is announced.
-    QTest::qWait(200);
 }
