@@ -93,15 +93,7 @@ std::int64_t waitForStamp(const QString& path, int timeoutMs)
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("DISPLAY") ||
-        qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
-        if (qEnvironmentVariableIsSet("BRAMBLEWORTH_BENCH_INNER"))
-            qFatal("no display or session bus");
-        qputenv("BRAMBLEWORTH_BENCH_INNER", "1");
-        execlp("dbus-run-session", "dbus-run-session", "--", "xvfb-run", "-a", "-s",
-               "-screen 0 1280x800x24 -nolisten tcp", argv[0], nullptr);
-        qFatal("cannot run dbus-run-session");
-    }
+    bench::ensureDisplayAndBus(argv);
     QCoreApplication app(argc, argv);
     const QString binaries = QCoreApplication::applicationDirPath();
 

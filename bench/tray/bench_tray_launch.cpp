@@ -122,15 +122,7 @@ std::vector<double> launches(const QString& program, const QStringList& argument
 
 int main(int argc, char** argv)
 {
-    if (qEnvironmentVariableIsEmpty("DISPLAY") ||
-        qEnvironmentVariableIsEmpty("DBUS_SESSION_BUS_ADDRESS")) {
-        if (qEnvironmentVariableIsSet("BRAMBLEWORTH_BENCH_TRAY_INNER"))
-            qFatal("no display or session bus");
-        qputenv("BRAMBLEWORTH_BENCH_TRAY_INNER", "1");
-        execlp("dbus-run-session", "dbus-run-session", "--", "xvfb-run", "-a", "-s",
-               "-screen 0 1280x800x24 -nolisten tcp", argv[0], nullptr);
-        qFatal("cannot run dbus-run-session");
-    }
+    bench::ensureDisplayAndBus(argv);
     QCoreApplication app(argc, argv);
     QDBusConnection bus = QDBusConnection::sessionBus();
 
