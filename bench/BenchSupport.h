@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QFile>
 #include <QTimer>
 
 #include <algorithm>
@@ -17,6 +18,43 @@
 #include <vector>
 
 namespace bench {
+
+// Resident set size of this process, in KiB.
+inline long residentKiB()
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    if (!status.open(QIODevice::ReadOnly))
+        return 0;
+    for (const QByteArray& line : status.readAll().split('\n')) {
+        if (line.startsWith("VmRSS:"))
+            return line.mid(6).trimmed().split(' ').first().toLong();
+    }
+    return 0;
+}
+
+// One MiB of plain text lines, as a chatty script prints them.
+inline QByteArray textMebibyte()
+{
+    const QByteArray line("The quick brown fox jumps over the lazy dog; 0123456789 +-*/ ok\n");
+    QByteArray block;
+    while (block.size() < 1024 * 1024)
+        block += line;
+    block.truncate(1024 * 1024);
+    return block;
+}
+
+// Writes `block` to `path` until the file holds `totalBytes`; false when it cannot.
+inline bool writeRepeated(const QString& path, const QByteArray& block, qint64 totalBytes)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly))
+        return false;
+    for (qint64 written = 0; written < totalBytes; written += block.size()) {
+        if (file.write(block) != block.size())
+            return false;
+    }
+    return true;
+}
 
 // Runs this benchmark again on a private Xvfb server and session bus, unless it has both.
 inline void ensureDisplayAndBus(char** argv)

@@ -30,19 +30,6 @@ ScriptList makeScripts(int count, const QString& text)
     return scripts;
 }
 
-// Resident set size of this process, in KiB.
-long residentKiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').first().toLong();
-    }
-    return 0;
-}
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -98,9 +85,9 @@ int main(int argc, char** argv)
     };
     for (int i = 0; i < 50; ++i)
         oneRun();
-    const long before = residentKiB();
+    const long before = bench::residentKiB();
     const auto runs = bench::timeRuns(1000, oneRun);
-    const long after = residentKiB();
+    const long after = bench::residentKiB();
     bench::report("hot-key run of a short script, start to end", runs);
     std::printf("%-58s %+.2f MiB (goal within 2 MiB)\n", "resident memory after 1,000 hot-key runs",
                 double(after - before) / 1024.0);

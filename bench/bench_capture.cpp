@@ -76,18 +76,9 @@ int main(int argc, char** argv)
 
     QTemporaryDir folder;
     const QString dataFile = folder.path() + QStringLiteral("/data.txt");
-    QByteArray block;
-    {
-        QFile file(dataFile);
-        if (!file.open(QIODevice::WriteOnly))
-            return 1;
-        const QByteArray line("The quick brown fox jumps over the lazy dog; 0123456789 +-*/ ok\n");
-        while (block.size() < 1024 * 1024)
-            block += line;
-        block.truncate(1024 * 1024);
-        for (qint64 written = 0; written < totalBytes; written += block.size())
-            file.write(block);
-    }
+    const QByteArray block = bench::textMebibyte();
+    if (!bench::writeRepeated(dataFile, block, totalBytes))
+        return 1;
     const QByteArray quoted = "'" + QFile::encodeName(dataFile) + "'";
     const ScriptPtr script = Script::create(
         QStringLiteral("writer"),

@@ -18,18 +18,6 @@
 
 namespace {
 
-long residentKiB()
-{
-    QFile status(QStringLiteral("/proc/self/status"));
-    if (!status.open(QIODevice::ReadOnly))
-        return 0;
-    for (const QByteArray& line : status.readAll().split('\n')) {
-        if (line.startsWith("VmRSS:"))
-            return line.mid(6).trimmed().split(' ').first().toLong();
-    }
-    return 0;
-}
-
 int threadCount()
 {
     return int(QDir(QStringLiteral("/proc/self/task"))
@@ -102,7 +90,7 @@ int main(int argc, char** argv)
         QFile file(paths.last());
         file.open(QIODevice::WriteOnly);
     }
-    const long rssBefore = residentKiB();
+    const long rssBefore = bench::residentKiB();
     const int threadsBefore = threadCount();
     std::atomic<int> events{0};
     std::vector<std::unique_ptr<FileWatcher>> watchers;
@@ -118,7 +106,7 @@ int main(int argc, char** argv)
         } catch (const std::exception&) {
         }
     }
-    const long rssAfter = residentKiB();
+    const long rssAfter = bench::residentKiB();
     const int threadsAfter = threadCount();
     for (const QString& watched : paths)
         appendByte(watched);
