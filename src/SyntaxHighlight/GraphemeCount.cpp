@@ -3,17 +3,21 @@
 
 #include <QTextBoundaryFinder>
 
-int GraphemeCount::characterCount(QStringView text)
+bool GraphemeCount::isOneUnitPerCharacter(QStringView text)
 {
     // Below U+0300 no character joins its neighbour, except a line feed after a carriage
     // return; such text, the usual case, has as many characters as units.
-    bool simple = true;
-    for (qsizetype i = 0; i < text.size() && simple; ++i) {
+    for (qsizetype i = 0; i < text.size(); ++i) {
         const char16_t unit = text[i].unicode();
         if (unit >= 0x300 || (unit == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n'))
-            simple = false;
+            return false;
     }
-    if (simple)
+    return true;
+}
+
+int GraphemeCount::characterCount(QStringView text)
+{
+    if (isOneUnitPerCharacter(text))
         return int(text.size());
 
     QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.data(), text.size());

@@ -3,6 +3,7 @@
 
 #include "QuillonCommons/AppLogger.h"
 
+#include <JavaScriptCore/JSTypedArray.h>
 #include <JavaScriptCore/JavaScript.h>
 
 #include <utility>
@@ -245,6 +246,25 @@ std::optional<QStringList> JavaScriptValue::toStringList() const
         strings.append(*text);
     }
     return strings;
+}
+
+std::optional<QList<qint32>> JavaScriptValue::toInt32List() const
+{
+    if (!h)
+        return std::nullopt;
+    JSContextRef context = h->context();
+    if (JSValueGetTypedArrayType(context, h->value, nullptr) != kJSTypedArrayTypeInt32Array)
+        return std::nullopt;
+    JSObjectRef array = JSValueToObject(context, h->value, nullptr);
+    // Engine versions differ on whether the data pointer includes the view's offset.
+    if (!array || JSObjectGetTypedArrayByteOffset(context, array, nullptr) != 0)
+        return std::nullopt;
+    const size_t length = JSObjectGetTypedArrayLength(context, array, nullptr);
+    const auto* data =
+        static_cast<const qint32*>(JSObjectGetTypedArrayBytesPtr(context, array, nullptr));
+    if (!data && length > 0)
+        return std::nullopt;
+    return QList<qint32>(data, data + length);
 }
 
 JavaScriptValue JavaScriptValue::property(const QString& name) const

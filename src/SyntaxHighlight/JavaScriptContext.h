@@ -58,6 +58,8 @@ public:
     std::optional<QString> toString() const;
     // An array whose elements are all strings; nothing for anything else.
     std::optional<QStringList> toStringList() const;
+    // The elements of an Int32Array that starts its buffer; nothing for anything else.
+    std::optional<QList<qint32>> toInt32List() const;
 
     JavaScriptValue property(const QString& name) const;
     // Calls the method `name` of this object with the arguments; invalid on an exception or

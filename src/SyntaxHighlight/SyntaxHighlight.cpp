@@ -3,6 +3,7 @@
 
 #include "Model/Preferences.h"
 #include "QuillonCommons/AppLogger.h"
+#include "SyntaxHighlight/GraphemeCount.h"
 #include "SyntaxHighlight/HLJSClassName.h"
 #include "SyntaxHighlight/HighlightedHTMLParser.h"
 #include "SyntaxHighlight/JavaScriptContext.h"
@@ -10,7 +11,9 @@
 #include <QFile>
 #include <QHash>
 
+#include <algorithm>
 #include <deque>
+#include <vector>
 
 namespace {
 
@@ -47,6 +50,12 @@ const QString& coreScript()
 const QString& languagesScript()
 {
     static const QString text = loadScript(QStringLiteral(":/highlightjs/HighlightLanguages.js"));
+    return text;
+}
+
+const QString& spansScript()
+{
+    static const QString text = loadScript(QStringLiteral(":/highlightjs/HighlightSpans.js"));
     return text;
 }
 
@@ -87,7 +96,19 @@ SyntaxHighlight::SyntaxHighlight()
     m_hljsValue = std::make_unique<JavaScriptValue>(context.globalValue(QStringLiteral("hljs")));
     m_hljsHelperValue =
         std::make_unique<JavaScriptValue>(context.globalValue(QStringLiteral("hljsHlp")));
+    context.evaluate(spansScript(), QStringLiteral("HighlightSpans.js"));
+    m_spansValue =
+        std::make_unique<JavaScriptValue>(context.globalValue(QStringLiteral("hljsSpans")));
 }
+
+// The spans of the HTML as the context reports them: four numbers a span, in document order
+// (depth among spans, start, end, class list number), and the class lists.
+struct SyntaxHighlight::Spans
+{
+    static constexpr int fields = 4;
+    QStringList classes;
+    QList<qint32> numbers;
+};
 
 SyntaxHighlight::~SyntaxHighlight() = default;
 
@@ -161,8 +182,78 @@ std::optional<QString> SyntaxHighlight::highlightedHTML(const QString& code,
     return value.toString();
 }
 
+std::optional<SyntaxHighlight::Spans>
+SyntaxHighlight::highlightedSpans(const QString& code, const QString& language) const
+{
+    if (!m_spansValue || !m_spansValue->isValid())
+        return std::nullopt;
+    const JavaScriptValue result =
+        m_spansValue->invokeMethod(QStringLiteral("highlight"), {language, code, m_ignoreIllegals});
+    if (!result.isValid() || result.isUndefined())
+        return std::nullopt;
+    std::optional<QStringList> classes = result.property(QStringLiteral("classes")).toStringList();
+    std::optional<QList<qint32>> numbers = result.property(QStringLiteral("spans")).toInt32List();
+    if (!classes || !numbers || numbers->size() % Spans::fields != 0)
+        return std::nullopt;
+    // Anything out of place sends the caller back to the HTML rather than colouring wrongly.
+    for (qsizetype i = 0; i < numbers->size(); i += Spans::fields) {
+        const qint32 depth = numbers->at(i);
+        const qint32 start = numbers->at(i + 1);
+        const qint32 end = numbers->at(i + 2);
+        const qint32 classNumber = numbers->at(i + 3);
+        if (depth < 0 || start < 0 || end < start || end > code.size() || classNumber < 0 ||
+            classNumber >= classes->size())
+            return std::nullopt;
+    }
+    for (QString& name : *classes)
+        name = name.trimmed();
+    return Spans{std::move(*classes), std::move(*numbers)};
+}
+
 QList<HighlightRange> SyntaxHighlight::highlightRanges(const QString& code, const QString& language,
                                                        const ThemeAttributes& theme) const
+{
+    // Detection and text whose characters span several units go through the HTML.
+    if (language.isEmpty() || !GraphemeCount::isOneUnitPerCharacter(code))
+        return highlightRangesFromHTML(code, language, theme);
+    const std::optional<Spans> spans = highlightedSpans(code, language);
+    if (!spans)
+        return highlightRangesFromHTML(code, language, theme);
+
+    const QList<qint32>& numbers = spans->numbers;
+    const qsizetype count = numbers.size() / Spans::fields;
+    // Breadth-first is every depth in turn, each in document order.
+    qint32 deepest = -1;
+    for (qsizetype i = 0; i < count; ++i)
+        deepest = std::max(deepest, numbers[i * Spans::fields]);
+    std::vector<qsizetype> firstOfDepth(size_t(deepest + 2), 0);
+    for (qsizetype i = 0; i < count; ++i)
+        ++firstOfDepth[size_t(numbers[i * Spans::fields] + 1)];
+    for (size_t depth = 1; depth < firstOfDepth.size(); ++depth)
+        firstOfDepth[depth] += firstOfDepth[depth - 1];
+    std::vector<qsizetype> order(static_cast<size_t>(count));
+    for (qsizetype i = 0; i < count; ++i)
+        order[size_t(firstOfDepth[size_t(numbers[i * Spans::fields])]++)] = i;
+
+    QList<HighlightRange> ranges;
+    ranges.reserve(count + 1);
+    ranges.append({TextRange{0, int(code.size())}, defaultAttributes(theme)});
+    std::vector<std::optional<TextAttributes>> attributesOfClasses(size_t(spans->classes.size()));
+    for (const qsizetype span : order) {
+        const qint32* fields = numbers.constData() + span * Spans::fields;
+        if (spans->classes[fields[3]].isEmpty())
+            continue;
+        std::optional<TextAttributes>& attributes = attributesOfClasses[size_t(fields[3])];
+        if (!attributes)
+            attributes = classAttributes(spans->classes[fields[3]], theme);
+        ranges.append({TextRange{fields[1], fields[2] - fields[1]}, *attributes});
+    }
+    return ranges;
+}
+
+QList<HighlightRange> SyntaxHighlight::highlightRangesFromHTML(const QString& code,
+                                                               const QString& language,
+                                                               const ThemeAttributes& theme) const
 {
     const std::optional<QString> html = highlightedHTML(code, language);
     if (!html)

@@ -55,8 +55,14 @@ public:
     // The theme's default attributes over the whole code first, then one entry per span with
     // classes, breadth-first, so inner spans come later. Empty when highlighting is impossible.
     // An empty language asks Highlight.js to detect it.
+    //
+    // Where the HTML's characters are its units (nearly always), the spans come from the
+    // context as numbers; otherwise, and for detection, from the HTML as below.
     QList<HighlightRange> highlightRanges(const QString& code, const QString& language,
                                           const ThemeAttributes& theme) const;
+    // The same list rebuilt from the HTML, whose searches run over characters, not units.
+    QList<HighlightRange> highlightRangesFromHTML(const QString& code, const QString& language,
+                                                  const ThemeAttributes& theme) const;
     // The rebuilt text with every attribute set; nothing on failure, the text without
     // attributes when the HTML could not be rebuilt.
     std::optional<HighlightAttributedString>
@@ -75,9 +81,13 @@ public:
     static TextAttributes classAttributes(const QString& classes, const ThemeAttributes& theme);
 
 private:
+    struct Spans;
+    std::optional<Spans> highlightedSpans(const QString& code, const QString& language) const;
+
     HighlightFont m_defaultFont;
     std::unique_ptr<JavaScriptValue> m_hljsValue;
     std::unique_ptr<JavaScriptValue> m_hljsHelperValue;
+    std::unique_ptr<JavaScriptValue> m_spansValue;
     Language m_defaultLanguage;
     bool m_ignoreIllegals = false;
     QPointer<const Preferences> m_preferences;

@@ -117,6 +117,11 @@ qt_add_resources(brambleworth_core brambleworth_highlightjs
     OPTIONS -no-compress
     FILES ${BRAMBLEWORTH_HLJS_CORE} ${BRAMBLEWORTH_HLJS_LANGUAGES}
     OUTPUT_TARGETS brambleworth_highlightjs_resource_targets)
+# The program's own script beside them, which reports Highlight.js's spans as numbers.
+qt_add_resources(brambleworth_core brambleworth_highlightspans
+    PREFIX /highlightjs
+    BASE ${CMAKE_CURRENT_SOURCE_DIR}/SyntaxHighlight/scripts
+    FILES SyntaxHighlight/scripts/HighlightSpans.js)
 foreach(target IN ITEMS brambleworth_core LISTS brambleworth_highlightjs_resource_targets)
     add_dependencies(${target} brambleworth_highlightjs_scripts)
 endforeach()

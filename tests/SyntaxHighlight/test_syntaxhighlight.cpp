@@ -125,6 +125,9 @@ private slots:
 
     void golden_data();
     void golden();
+    void spansAgreeWithTheHTML_data();
+    void spansAgreeWithTheHTML();
+    void spansSkipTheHTML();
 
 private:
     std::unique_ptr<SyntaxHighlight> m_highlight;
@@ -218,17 +221,16 @@ void TestSyntaxHighlight::javaScriptMessagesGoToTheDebugLog()
     // Highlight.js announces the deprecated three-argument call through console.log once per
     // context, so a fresh instance is needed to see it.
     LogCapture capture;
-    QList<HighlightRange> ranges;
+    std::optional<QString> html;
     const QByteArray printed = captureStandardOutput([&] {
         SyntaxHighlight fresh;
-        ranges =
-            fresh.highlightRanges(QStringLiteral("echo hi"), QStringLiteral("bash"), m_default);
+        html = fresh.highlightedHTML(QStringLiteral("echo hi"), QStringLiteral("bash"));
         JavaScriptContext context;
         context.evaluate(QStringLiteral("console.log('one', 2); console.warn('three');"
                                         "console.error({toString() { return 'four' }})"));
     });
     QCOMPARE(printed, QByteArray());
-    QVERIFY(ranges.size() > 1);
+    QVERIFY(html && html->contains(QStringLiteral("hljs-built_in")));
     bool deprecationSeen = false;
     for (const QString& message : capture.messages(LogLevel::debug))
         deprecationSeen |= message.startsWith(QStringLiteral("jsContext console: Deprecated"));
@@ -581,6 +583,86 @@ void TestSyntaxHighlight::golden()
     const QString name = input + '.' + theme + ".txt";
     BRAMBLEWORTH_COMPARE_GOLDEN(actual, goldenFolder() + "/reference/" + name,
                                 TestEnvironment::outputFolder() + "/golden/" + name);
+}
+
+void TestSyntaxHighlight::spansAgreeWithTheHTML_data()
+{
+    QTest::addColumn<QString>("language");
+    QTest::addColumn<bool>("ignoreIllegals");
+    // Every grammar over text written in many others, so that embedded languages, illegal
+    // lexemes, unclosed modes and deep nesting all come up somewhere.
+    for (const Language& language : m_highlight->availableLanguages())
+        QTest::addRow("%s", qPrintable(language.identifier)) << language.identifier << true;
+    for (const char* language : {"bash", "python", "xml", "markdown", "json", "php"})
+        QTest::addRow("%s strict", language) << QString::fromLatin1(language) << false;
+}
+
+void TestSyntaxHighlight::spansAgreeWithTheHTML()
+{
+    QFETCH(QString, language);
+    QFETCH(bool, ignoreIllegals);
+    static const QString sample = [] {
+        QString text;
+        const QDir inputs(goldenFolder() + QStringLiteral("/input"));
+        for (const QString& file : inputs.entryList(QDir::Files, QDir::Name)) {
+            const QString code =
+                QString::fromUtf8(TestEnvironment::readFile(inputs.filePath(file)));
+            if (GraphemeCount::isOneUnitPerCharacter(code))
+                text += code;
+        }
+        // What the HTML escapes, an entity written out, controls, Latin-1 and an unclosed
+        // string at the very end.
+        text += QStringLiteral("\n<a href=\"x\">&amp; 'q' \"d\" &lt;</a>\t\u00e9\u00ff");
+        text += QChar(0);
+        text += QStringLiteral("\r \n\r<?php echo \"$x\"; ?>\n```js\nlet s = `a${b}`\n```\n\"open");
+        return text;
+    }();
+    QVERIFY(GraphemeCount::isOneUnitPerCharacter(sample));
+
+    m_highlight->setIgnoreIllegals(ignoreIllegals);
+    LogCapture capture;
+    const QList<HighlightRange> fromSpans =
+        m_highlight->highlightRanges(sample, language, m_default);
+    // A failing script would send every call back to the slower HTML without a word.
+    QCOMPARE(capture.messages(LogLevel::debug).filter(QStringLiteral("exception")), QStringList());
+    const QList<HighlightRange> fromHTML =
+        m_highlight->highlightRangesFromHTML(sample, language, m_default);
+    m_highlight->setIgnoreIllegals(false);
+    QVERIFY(!fromHTML.isEmpty());
+    if (fromSpans != fromHTML) {
+        const QByteArray spans = serialise(fromSpans, sample);
+        const QByteArray html = serialise(fromHTML, sample);
+        const QList<QByteArray> spanLines = spans.split('\n');
+        const QList<QByteArray> htmlLines = html.split('\n');
+        qsizetype line = 0;
+        while (line < spanLines.size() && line < htmlLines.size() &&
+               spanLines[line] == htmlLines[line])
+            ++line;
+        qWarning("first difference at range %lld:\n  spans: %s\n  HTML:  %s", qlonglong(line),
+                 spanLines.value(line).constData(), htmlLines.value(line).constData());
+        QFAIL("the spans and the HTML give different ranges");
+    }
+}
+
+void TestSyntaxHighlight::spansSkipTheHTML()
+{
+    // Highlight.js announces its three-argument call, the one that returns HTML, once per
+    // context: a fresh context shows whether the HTML was asked for.
+    const QString plain = QStringLiteral("echo \"caf\u00e9\" > /dev/null\n");
+    {
+        LogCapture capture;
+        SyntaxHighlight fresh;
+        QVERIFY(fresh.highlightRanges(plain, QStringLiteral("bash"), m_default).size() > 1);
+        QVERIFY(capture.messages(LogLevel::debug).filter(QStringLiteral("Deprecated")).isEmpty());
+    }
+    // A combining accent and a CR LF pair make characters of several units: the HTML decides.
+    for (const QString& joined :
+         {QStringLiteral("echo \"cafe\u0301\"\n"), QStringLiteral("echo \"cafe\"\r\n")}) {
+        LogCapture capture;
+        SyntaxHighlight fresh;
+        QVERIFY(fresh.highlightRanges(joined, QStringLiteral("bash"), m_default).size() > 1);
+        QVERIFY(!capture.messages(LogLevel::debug).filter(QStringLiteral("Deprecated")).isEmpty());
+    }
 }
 
 BRAMBLEWORTH_TEST_MAIN(TestSyntaxHighlight)
