@@ -11,7 +11,7 @@ class GraphemeCount
 public:
     // The length of a text in grapheme clusters.
     static int characterCount(QStringView text);
-    // True when every unit is a character of its own, and stays one with markup between units:
-    // nothing at or above U+0300 and no carriage return before a line feed.
+    // True when every unit is a character of its own, and stays one with ASCII markup between
+    // units: no mark, joiner, surrogate or Hangul, and no carriage return before a line feed.
     static bool isOneUnitPerCharacter(QStringView text);
 };

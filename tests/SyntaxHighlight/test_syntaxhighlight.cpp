@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFile>
 #include <QTemporaryFile>
+#include <QTextBoundaryFinder>
 
 #include <cstdio>
 #include <unistd.h>
@@ -113,6 +114,7 @@ private slots:
     void parseHTML();
     void characterCount_data();
     void characterCount();
+    void unitsThatStandAloneNeverJoin();
     void compiledPatterns();
     void descriptions();
 
@@ -399,6 +401,46 @@ void TestSyntaxHighlight::characterCount()
     QFETCH(QString, text);
     QFETCH(int, count);
     QCOMPARE(GraphemeCount::characterCount(text), count);
+}
+
+void TestSyntaxHighlight::unitsThatStandAloneNeverJoin()
+{
+    // Whatever the shortcut lets through must be one character beside anything else it lets
+    // through and beside the markup and line ends of the HTML, by the boundary rules the slow
+    // count itself uses.
+    auto clusters = [](const QString& text) {
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
+        int count = 0;
+        while (finder.toNextBoundary() >= 0)
+            ++count;
+        return count;
+    };
+    QList<QChar> alone;
+    for (char32_t code = 0; code <= 0xFFFF; ++code) {
+        if (GraphemeCount::isOneUnitPerCharacter(QString(QChar(code))))
+            alone.append(QChar(code));
+    }
+    QVERIFY2(alone.size() > 40000, qPrintable(QString::number(alone.size())));
+    for (qsizetype i = 0; i < alone.size(); ++i) {
+        const QChar unit = alone[i];
+        const QChar other = alone[(i * 7919) % alone.size()];
+        for (const QString& text :
+             {QString(u'a') + unit + u'a', QString(unit) + unit, QString(u'>') + unit + u'<',
+              QString(u'\r') + unit + u'\n', QString(unit) + other + unit}) {
+            // Only a carriage return right before a line feed is turned away by position.
+            if (GraphemeCount::isOneUnitPerCharacter(text) && clusters(text) != text.size())
+                QFAIL(qPrintable(QStringLiteral("U+%1 joins a neighbour in \"%2\"")
+                                     .arg(unit.unicode(), 4, 16, QChar(u'0'))
+                                     .arg(text)));
+        }
+    }
+    // Characters that join: an accent, a joiner, Hangul, half a surrogate pair, a Thai vowel
+    // the rules treat as a mark, a half-width sound mark.
+    for (char16_t joins :
+         {u'\u0301', u'\u200D', u'\uAC00', u'\u1100', char16_t(0xD83D), u'\u0E33', u'\uFF9E'})
+        QVERIFY(!GraphemeCount::isOneUnitPerCharacter(QString(QChar(joins))));
+    QVERIFY(!GraphemeCount::isOneUnitPerCharacter(u"a\r\nb"));
+    QVERIFY(GraphemeCount::isOneUnitPerCharacter(u"a\n\rb\r"));
 }
 
 void TestSyntaxHighlight::compiledPatterns()
