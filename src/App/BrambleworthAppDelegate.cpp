@@ -68,7 +68,31 @@ void BrambleworthAppDelegate::applicationDidFinishLaunching()
     // 6. Hot keys.
     prepareHotKeysManager();
 
-    // 7. The main window.
+    // 7. The main window, made when it is first needed.
+    m_finishedLaunching = true;
+
+    // 8. With scripts the application starts in the tray alone; without a tray the window is
+    // the only way in.
+    const bool trayShown = isTrayAvailable && isTrayAvailable();
+    if (!trayShown) {
+        AppLogger::notice(QStringLiteral(
+            "no system tray is available: the scripts window opens instead, and the tray icon "
+            "appears when a tray does"));
+        watchForTrayHost();
+    }
+    if (m_scriptsManager->scripts().isEmpty() || !trayShown)
+        mainWindowController()->showWindow();
+}
+
+MainWindowContoller* BrambleworthAppDelegate::mainWindowController()
+{
+    if (!m_mainWindowController && m_finishedLaunching)
+        createMainWindowController();
+    return m_mainWindowController.get();
+}
+
+void BrambleworthAppDelegate::createMainWindowController()
+{
     m_mainWindowController =
         std::make_unique<MainWindowContoller>(*m_preferences, NotificationCenter::defaultCenter());
     m_mainWindowController->setScriptsManager(m_scriptsManager);
@@ -88,18 +112,6 @@ void BrambleworthAppDelegate::applicationDidFinishLaunching()
             &BrambleworthAppDelegate::showSettings);
     connect(m_mainWindowController.get(), &MainWindowContoller::quitRequested, this,
             &BrambleworthAppDelegate::quit);
-
-    // 8. With scripts the application starts in the tray alone; without a tray the window is
-    // the only way in.
-    const bool trayShown = isTrayAvailable && isTrayAvailable();
-    if (!trayShown) {
-        AppLogger::notice(QStringLiteral(
-            "no system tray is available: the scripts window opens instead, and the tray icon "
-            "appears when a tray does"));
-        watchForTrayHost();
-    }
-    if (m_scriptsManager->scripts().isEmpty() || !trayShown)
-        m_mainWindowController->showWindow();
 }
 
 void BrambleworthAppDelegate::applicationWillTerminate()
@@ -297,7 +309,7 @@ void BrambleworthAppDelegate::execute(QObject* sender)
 
 void BrambleworthAppDelegate::openMainWindow()
 {
-    if (!m_mainWindowController) {
+    if (!mainWindowController()) {
         AppLogger::error(QStringLiteral("mainwindowController is nil..."));
         return;
     }

@@ -36,7 +36,9 @@ public:
                             QObject* parent = nullptr);
     ~BrambleworthAppDelegate() override;
 
-    MainWindowContoller* mainWindowController() const { return m_mainWindowController.get(); }
+    // Made on first use once launching has finished (none before): its widgets cost more than
+    // the rest of a launch together, and a start in the tray alone may never need them.
+    MainWindowContoller* mainWindowController();
     ScriptsManager& scriptsManager() const { return *m_scriptsManager; }
     ScriptExecutorManager& executor() const { return *m_executor; }
     StatusItem* statusItem() const { return m_statusItem; }
@@ -85,11 +87,13 @@ signals:
 
 private:
     void createStatusItem();
+    void createMainWindowController();
     void prepareHotKeysManager();
     void watchForTrayHost();
     QAction* addItem(QMenu* menu, const QString& title);
 
     std::unique_ptr<MainWindowContoller> m_mainWindowController;
+    bool m_finishedLaunching = false;
     std::unique_ptr<UpdaterController> m_updaterController;
     // Spelled as the rest of the program knows it, deliberately.
     std::unique_ptr<PreferencesWindowController> m_preferecesWindowController;

@@ -16,11 +16,14 @@
 #include "UI/PreferencesWindowController.h"
 #include "common/GuiTestSupport.h"
 
+#include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
 #include <QMenu>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
+
+#include <algorithm>
 
 // The application's launch order, its tray menu (exact items, rebuilt at each opening), and
 // scripts started from the menu, from hot keys and for other processes.
@@ -296,6 +299,11 @@ private slots:
         LogCapture log(true);
         launch(tray);
         QCOMPARE(m_manager->scripts().size(), withScript ? 1 : 0);
+        // A start in the tray alone builds no window at all until one is asked for.
+        const QWidgetList windows = QApplication::topLevelWidgets();
+        QCOMPARE(std::count_if(windows.cbegin(), windows.cend(),
+                               [](QWidget* window) { return qobject_cast<MainWindow*>(window); }),
+                 shown ? 1 : 0);
         QCOMPARE(m_delegate->mainWindowController()->window()->isVisible(), shown);
         QCOMPARE(m_delegate->mainWindowController()->scriptsManager(), m_manager.get());
         QCOMPARE(m_delegate->mainWindowController()->scriptExecutor(), &m_delegate->executor());
