@@ -3,27 +3,32 @@
 
 #include "QuillonCommons/AppLogger.h"
 
-#include <JavaScriptCore/JSTypedArray.h>
-#include <JavaScriptCore/JavaScript.h>
+#include "SyntaxHighlight/JavaScriptCoreLibrary.h"
 
 #include <utility>
 #include <vector>
 
 namespace {
 
+// Only reached through a context that exists, which the engine's library made.
+const JavaScriptCoreLibrary& engine()
+{
+    return *JavaScriptCoreLibrary::get();
+}
+
 // Strings cross the boundary as UTF-16 both ways, which is what QString and the engine hold.
 class ScriptString
 {
 public:
     explicit ScriptString(QStringView text)
-        : m_string(JSStringCreateWithCharacters(reinterpret_cast<const JSChar*>(text.utf16()),
-                                                size_t(text.size())))
+        : m_string(engine().JSStringCreateWithCharacters(
+              reinterpret_cast<const JSChar*>(text.utf16()), size_t(text.size())))
     {}
     explicit ScriptString(JSStringRef adopted) : m_string(adopted) {}
     ~ScriptString()
     {
         if (m_string)
-            JSStringRelease(m_string);
+            engine().JSStringRelease(m_string);
     }
     ScriptString(const ScriptString&) = delete;
     ScriptString& operator=(const ScriptString&) = delete;
@@ -34,8 +39,8 @@ public:
     {
         if (!m_string)
             return {};
-        return QString(reinterpret_cast<const QChar*>(JSStringGetCharactersPtr(m_string)),
-                       qsizetype(JSStringGetLength(m_string)));
+        return QString(reinterpret_cast<const QChar*>(engine().JSStringGetCharactersPtr(m_string)),
+                       qsizetype(engine().JSStringGetLength(m_string)));
     }
 
 private:
@@ -46,7 +51,7 @@ private:
 // earlier contexts compiled.
 JSContextGroupRef sharedGroup()
 {
-    static const JSContextGroupRef group = JSContextGroupCreate();
+    static const JSContextGroupRef group = engine().JSContextGroupCreate();
     return group;
 }
 
@@ -55,10 +60,10 @@ std::optional<QString> stringForm(JSContextRef context, JSValueRef value)
     if (!value)
         return std::nullopt;
     JSValueRef exception = nullptr;
-    JSStringRef string = JSValueToStringCopy(context, value, &exception);
+    JSStringRef string = engine().JSValueToStringCopy(context, value, &exception);
     if (!string || exception) {
         if (string)
-            JSStringRelease(string);
+            engine().JSStringRelease(string);
         return std::nullopt;
     }
     return ScriptString(string).toQString();
@@ -71,7 +76,7 @@ JSValueRef logConsoleMessage(JSContextRef context, JSObjectRef, JSObjectRef, siz
     for (size_t i = 0; i < count; ++i)
         parts.append(stringForm(context, arguments[i]).value_or(QString()));
     AppLogger::debug(QStringLiteral("jsContext console: ") + parts.join(u' '));
-    return JSValueMakeUndefined(context);
+    return engine().JSValueMakeUndefined(context);
 }
 
 } // namespace
@@ -80,8 +85,19 @@ struct JavaScriptContext::Private
 {
     JSGlobalContextRef context = nullptr;
 
-    Private() : context(JSGlobalContextCreateInGroup(sharedGroup(), nullptr)) { installConsole(); }
-    ~Private() { JSGlobalContextRelease(context); }
+    // Without the engine's library there is no context, and nothing made from it is valid.
+    Private()
+    {
+        if (!JavaScriptCoreLibrary::get())
+            return;
+        context = engine().JSGlobalContextCreateInGroup(sharedGroup(), nullptr);
+        installConsole();
+    }
+    ~Private()
+    {
+        if (context)
+            engine().JSGlobalContextRelease(context);
+    }
     Private(const Private&) = delete;
     Private& operator=(const Private&) = delete;
 
@@ -94,17 +110,17 @@ struct JavaScriptContext::Private
 
     void installConsole()
     {
-        JSObjectRef console = JSObjectMake(context, nullptr, nullptr);
+        JSObjectRef console = engine().JSObjectMake(context, nullptr, nullptr);
         for (const char* name : {"log", "info", "warn", "error", "debug", "trace"}) {
             ScriptString functionName{QString::fromLatin1(name)};
-            JSObjectRef function =
-                JSObjectMakeFunctionWithCallback(context, functionName.get(), logConsoleMessage);
-            JSObjectSetProperty(context, console, functionName.get(), function,
-                                kJSPropertyAttributeNone, nullptr);
+            JSObjectRef function = engine().JSObjectMakeFunctionWithCallback(
+                context, functionName.get(), logConsoleMessage);
+            engine().JSObjectSetProperty(context, console, functionName.get(), function,
+                                         kJSPropertyAttributeNone, nullptr);
         }
         ScriptString consoleName{u"console"};
-        JSObjectSetProperty(context, JSContextGetGlobalObject(context), consoleName.get(), console,
-                            kJSPropertyAttributeNone, nullptr);
+        engine().JSObjectSetProperty(context, engine().JSContextGetGlobalObject(context),
+                                     consoleName.get(), console, kJSPropertyAttributeNone, nullptr);
     }
 };
 
@@ -116,9 +132,9 @@ struct JavaScriptValue::Handle
     Handle(std::shared_ptr<JavaScriptContext::Private> context, JSValueRef v)
         : owner(std::move(context)), value(v)
     {
-        JSValueProtect(owner->context, value);
+        engine().JSValueProtect(owner->context, value);
     }
-    ~Handle() { JSValueUnprotect(owner->context, value); }
+    ~Handle() { engine().JSValueUnprotect(owner->context, value); }
     Handle(const Handle&) = delete;
     Handle& operator=(const Handle&) = delete;
 
@@ -129,14 +145,15 @@ struct JavaScriptValue::Handle
     {
         JSContextRef context = this->context();
         JSValueRef exception = nullptr;
-        JSObjectRef object = JSValueToObject(context, value, &exception);
+        JSObjectRef object = engine().JSValueToObject(context, value, &exception);
         if (exception || !object) {
             if (exception)
                 owner->report(exception);
             return std::nullopt;
         }
         ScriptString propertyName{name};
-        JSValueRef result = JSObjectGetProperty(context, object, propertyName.get(), &exception);
+        JSValueRef result =
+            engine().JSObjectGetProperty(context, object, propertyName.get(), &exception);
         if (exception) {
             owner->report(exception);
             return std::nullopt;
@@ -147,17 +164,24 @@ struct JavaScriptValue::Handle
 
 JavaScriptContext::JavaScriptContext() : d(std::make_shared<Private>()) {}
 
+void JavaScriptContext::setEngineLibrary(const QString& fileName)
+{
+    JavaScriptCoreLibrary::setFileName(fileName);
+}
+
 JavaScriptContext::~JavaScriptContext() = default;
 
 JavaScriptValue JavaScriptContext::evaluate(const QString& script, const QString& sourceName)
 {
+    if (!d->context)
+        return {};
     ScriptString source{script};
     std::optional<ScriptString> url;
     if (!sourceName.isEmpty())
         url.emplace(sourceName);
     JSValueRef exception = nullptr;
-    JSValueRef result = JSEvaluateScript(d->context, source.get(), nullptr,
-                                         url ? url->get() : nullptr, 1, &exception);
+    JSValueRef result = engine().JSEvaluateScript(d->context, source.get(), nullptr,
+                                                  url ? url->get() : nullptr, 1, &exception);
     if (exception) {
         d->report(exception);
         return {};
@@ -170,8 +194,11 @@ JavaScriptValue JavaScriptContext::evaluate(const QString& script, const QString
 
 JavaScriptValue JavaScriptContext::globalValue(const QString& name) const
 {
+    if (!d->context)
+        return {};
     JavaScriptValue global;
-    global.h = std::make_shared<JavaScriptValue::Handle>(d, JSContextGetGlobalObject(d->context));
+    global.h =
+        std::make_shared<JavaScriptValue::Handle>(d, engine().JSContextGetGlobalObject(d->context));
     return global.property(name);
 }
 
@@ -187,12 +214,12 @@ bool JavaScriptValue::isValid() const
 
 bool JavaScriptValue::isUndefined() const
 {
-    return h && JSValueIsUndefined(h->context(), h->value);
+    return h && engine().JSValueIsUndefined(h->context(), h->value);
 }
 
 bool JavaScriptValue::isString() const
 {
-    return h && JSValueIsString(h->context(), h->value);
+    return h && engine().JSValueIsString(h->context(), h->value);
 }
 
 std::optional<QString> JavaScriptValue::toString() const
@@ -200,10 +227,10 @@ std::optional<QString> JavaScriptValue::toString() const
     if (!h)
         return std::nullopt;
     JSValueRef exception = nullptr;
-    JSStringRef string = JSValueToStringCopy(h->context(), h->value, &exception);
+    JSStringRef string = engine().JSValueToStringCopy(h->context(), h->value, &exception);
     if (exception) {
         if (string)
-            JSStringRelease(string);
+            engine().JSStringRelease(string);
         h->owner->report(exception);
         return std::nullopt;
     }
@@ -214,31 +241,32 @@ std::optional<QString> JavaScriptValue::toString() const
 
 std::optional<QStringList> JavaScriptValue::toStringList() const
 {
-    if (!h || !JSValueIsArray(h->context(), h->value))
+    if (!h || !engine().JSValueIsArray(h->context(), h->value))
         return std::nullopt;
     JSContextRef context = h->context();
-    JSObjectRef array = JSValueToObject(context, h->value, nullptr);
+    JSObjectRef array = engine().JSValueToObject(context, h->value, nullptr);
     if (!array)
         return std::nullopt;
     ScriptString lengthName{u"length"};
     JSValueRef exception = nullptr;
-    JSValueRef lengthValue = JSObjectGetProperty(context, array, lengthName.get(), &exception);
+    JSValueRef lengthValue =
+        engine().JSObjectGetProperty(context, array, lengthName.get(), &exception);
     if (exception) {
         h->owner->report(exception);
         return std::nullopt;
     }
-    const double length = JSValueToNumber(context, lengthValue, nullptr);
+    const double length = engine().JSValueToNumber(context, lengthValue, nullptr);
     if (!(length >= 0))
         return std::nullopt;
     QStringList strings;
     strings.reserve(qsizetype(length));
     for (unsigned i = 0; i < unsigned(length); ++i) {
-        JSValueRef element = JSObjectGetPropertyAtIndex(context, array, i, &exception);
+        JSValueRef element = engine().JSObjectGetPropertyAtIndex(context, array, i, &exception);
         if (exception) {
             h->owner->report(exception);
             return std::nullopt;
         }
-        if (!JSValueIsString(context, element))
+        if (!engine().JSValueIsString(context, element))
             return std::nullopt;
         std::optional<QString> text = stringForm(context, element);
         if (!text)
@@ -253,15 +281,16 @@ std::optional<QList<qint32>> JavaScriptValue::toInt32List() const
     if (!h)
         return std::nullopt;
     JSContextRef context = h->context();
-    if (JSValueGetTypedArrayType(context, h->value, nullptr) != kJSTypedArrayTypeInt32Array)
+    if (engine().JSValueGetTypedArrayType(context, h->value, nullptr) !=
+        kJSTypedArrayTypeInt32Array)
         return std::nullopt;
-    JSObjectRef array = JSValueToObject(context, h->value, nullptr);
+    JSObjectRef array = engine().JSValueToObject(context, h->value, nullptr);
     // Engine versions differ on whether the data pointer includes the view's offset.
-    if (!array || JSObjectGetTypedArrayByteOffset(context, array, nullptr) != 0)
+    if (!array || engine().JSObjectGetTypedArrayByteOffset(context, array, nullptr) != 0)
         return std::nullopt;
-    const size_t length = JSObjectGetTypedArrayLength(context, array, nullptr);
+    const size_t length = engine().JSObjectGetTypedArrayLength(context, array, nullptr);
     const auto* data =
-        static_cast<const qint32*>(JSObjectGetTypedArrayBytesPtr(context, array, nullptr));
+        static_cast<const qint32*>(engine().JSObjectGetTypedArrayBytesPtr(context, array, nullptr));
     if (!data && length > 0)
         return std::nullopt;
     return QList<qint32>(data, data + length);
@@ -286,9 +315,10 @@ JavaScriptValue JavaScriptValue::invokeMethod(const QString& name,
     const auto [object, method] = *found;
     JSContextRef context = h->context();
     JSValueRef exception = nullptr;
-    JSObjectRef function =
-        JSValueIsObject(context, method) ? JSValueToObject(context, method, nullptr) : nullptr;
-    if (!function || !JSObjectIsFunction(context, function))
+    JSObjectRef function = engine().JSValueIsObject(context, method)
+                               ? engine().JSValueToObject(context, method, nullptr)
+                               : nullptr;
+    if (!function || !engine().JSObjectIsFunction(context, function))
         return {};
 
     // The argument list lives on the heap, out of the collector's sight: protect each value
@@ -299,17 +329,17 @@ JavaScriptValue JavaScriptValue::invokeMethod(const QString& name,
         JSValueRef value = nullptr;
         if (const QString* text = std::get_if<QString>(&argument)) {
             ScriptString string{*text};
-            value = JSValueMakeString(context, string.get());
+            value = engine().JSValueMakeString(context, string.get());
         } else {
-            value = JSValueMakeBoolean(context, std::get<bool>(argument));
+            value = engine().JSValueMakeBoolean(context, std::get<bool>(argument));
         }
-        JSValueProtect(context, value);
+        engine().JSValueProtect(context, value);
         values.push_back(value);
     }
-    JSValueRef result =
-        JSObjectCallAsFunction(context, function, object, values.size(), values.data(), &exception);
+    JSValueRef result = engine().JSObjectCallAsFunction(context, function, object, values.size(),
+                                                        values.data(), &exception);
     for (JSValueRef value : values)
-        JSValueUnprotect(context, value);
+        engine().JSValueUnprotect(context, value);
     if (exception) {
         h->owner->report(exception);
         return {};

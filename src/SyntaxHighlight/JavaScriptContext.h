@@ -31,6 +31,10 @@ public:
     JavaScriptValue evaluate(const QString& script, const QString& sourceName = {});
     JavaScriptValue globalValue(const QString& name) const;
 
+    // The engine's library is opened with the first context; before that a test may name
+    // another file. Without the library every context is empty and every value invalid.
+    static void setEngineLibrary(const QString& fileName);
+
     struct Private;
 
 private:

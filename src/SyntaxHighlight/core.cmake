@@ -26,6 +26,8 @@ target_sources(brambleworth_core PRIVATE
     SyntaxHighlight/HTMLEntities.cpp
     SyntaxHighlight/HTMLEntities.h
     SyntaxHighlight/JavaScriptContext.cpp
+    SyntaxHighlight/JavaScriptCoreLibrary.cpp
+    SyntaxHighlight/JavaScriptCoreLibrary.h
     SyntaxHighlight/JavaScriptContext.h
     SyntaxHighlight/Language.h
     SyntaxHighlight/SyntaxHighlight.cpp
@@ -61,7 +63,12 @@ target_sources(brambleworth_core PRIVATE ${brambleworth_themes_cpp})
 if(NOT TARGET PkgConfig::JAVASCRIPTCORE)
     pkg_check_modules(JAVASCRIPTCORE REQUIRED IMPORTED_TARGET javascriptcoregtk-4.1)
 endif()
-target_link_libraries(brambleworth_core PRIVATE PkgConfig::JAVASCRIPTCORE)
+# Compiled against, not linked: the library is opened on first use (see JavaScriptCoreLibrary).
+# Its file name is the soname of the 4.1 interface, which the package depends on by name.
+target_include_directories(brambleworth_core PRIVATE ${JAVASCRIPTCORE_INCLUDE_DIRS})
+target_compile_definitions(brambleworth_core PRIVATE
+    BRAMBLEWORTH_JAVASCRIPTCORE_LIBRARY="libjavascriptcoregtk-4.1.so.0")
+target_link_libraries(brambleworth_core PRIVATE ${CMAKE_DL_LIBS})
 
 # PCRE2 directly, for the patterns run thousands of times per highlight (see CompiledPattern).
 if(NOT TARGET PkgConfig::PCRE2)
