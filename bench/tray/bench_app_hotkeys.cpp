@@ -13,6 +13,8 @@
 #include <QProcess>
 #include <QTemporaryDir>
 
+#include <poll.h>
+#include <sys/inotify.h>
 #include <unistd.h>
 #include <xcb/xcb.h>
 #include <xcb/xtest.h>
@@ -69,25 +71,66 @@ private:
     xcb_connection_t* m_connection;
 };
 
-// The stamp the script wrote, once it has; 0 while there is none.
-std::int64_t readStamp(const QString& path)
+// The stamp file, watched: the bench sleeps until the script has written it, as the reference
+// daemon's bench sleeps in waitpid(). Polling would take the CPU the script starts on.
+class Stamp
 {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return 0;
-    return file.readAll().trimmed().toLongLong();
-}
-
-std::int64_t waitForStamp(const QString& path, int timeoutMs)
-{
-    const std::int64_t deadline = bench::monotonicNs() + std::int64_t(timeoutMs) * 1000000;
-    while (bench::monotonicNs() < deadline) {
-        if (const std::int64_t stamp = readStamp(path))
-            return stamp;
-        ::usleep(100);
+public:
+    explicit Stamp(const QString& folder)
+        : m_path(folder + QStringLiteral("/stamp")), m_inotify(inotify_init1(IN_CLOEXEC))
+    {
+        if (m_inotify < 0 ||
+            inotify_add_watch(m_inotify, QFile::encodeName(folder).constData(), IN_CLOSE_WRITE) < 0)
+            qFatal("cannot watch the stamp folder");
     }
-    return 0;
-}
+    ~Stamp() { ::close(m_inotify); }
+    Stamp(const Stamp&) = delete;
+    Stamp& operator=(const Stamp&) = delete;
+
+    const QString& path() const { return m_path; }
+
+    void clear()
+    {
+        QFile::remove(m_path);
+        drain();
+    }
+
+    // The stamp the script wrote, once it has; 0 on a timeout.
+    std::int64_t wait(int timeoutMs)
+    {
+        const std::int64_t deadline = bench::monotonicNs() + std::int64_t(timeoutMs) * 1000000;
+        for (;;) {
+            if (const std::int64_t stamp = read())
+                return stamp;
+            const std::int64_t left = deadline - bench::monotonicNs();
+            if (left <= 0)
+                return 0;
+            pollfd watch{m_inotify, POLLIN, 0};
+            const timespec timeout{time_t(left / 1000000000), long(left % 1000000000)};
+            if (ppoll(&watch, 1, &timeout, nullptr) > 0)
+                drain();
+        }
+    }
+
+private:
+    std::int64_t read() const
+    {
+        QFile file(m_path);
+        if (!file.open(QIODevice::ReadOnly))
+            return 0;
+        return file.readAll().trimmed().toLongLong();
+    }
+    void drain()
+    {
+        pollfd watch{m_inotify, POLLIN, 0};
+        char events[4096];
+        while (::poll(&watch, 1, 0) > 0 && ::read(m_inotify, events, sizeof events) > 0) {
+        }
+    }
+
+    QString m_path;
+    int m_inotify;
+};
 
 } // namespace
 
@@ -100,7 +143,10 @@ int main(int argc, char** argv)
     QTemporaryDir home;
     const QString data = home.filePath(QStringLiteral("data/org.brambleworth.Brambleworth"));
     QDir().mkpath(data);
-    const QString stampFile = home.filePath(QStringLiteral("stamp"));
+    const QString stamps = home.filePath(QStringLiteral("stamps"));
+    QDir().mkpath(stamps);
+    Stamp stamp(stamps);
+    const QString stampFile = stamp.path();
     // The kernel starts the stamp program as the script's interpreter, with the file to write.
     const ScriptPtr script =
         Script::create(QStringLiteral("Stamp"),
@@ -120,7 +166,10 @@ int main(int argc, char** argv)
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
     environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.filePath(QStringLiteral("config")));
-    const QString runtime = home.filePath(QStringLiteral("runtime"));
+    // On a desktop XDG_RUNTIME_DIR is a tmpfs (/run/user/UID); /dev/shm is one here too.
+    QTemporaryDir tmpfsRuntime(QStringLiteral("/dev/shm/bench_app_hotkeys-XXXXXX"));
+    const QString runtime =
+        tmpfsRuntime.isValid() ? tmpfsRuntime.path() : home.filePath(QStringLiteral("runtime"));
     QDir().mkpath(runtime);
     QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime);
@@ -129,7 +178,7 @@ int main(int argc, char** argv)
     std::vector<double> launches;
     std::vector<double> latencies;
     for (int round = 0; round < 5; ++round) {
-        QFile::remove(stampFile);
+        stamp.clear();
         QProcess process;
         process.setProcessEnvironment(environment);
         process.setProcessChannelMode(QProcess::ForwardedErrorChannel);
@@ -137,21 +186,21 @@ int main(int argc, char** argv)
         process.start(binaries + QStringLiteral("/brambleworth"), {});
         // The combination every 2 ms until one reaches the script: an upper bound of the moment
         // the grab became active, by the press-to-script latency and the 2 ms step.
-        std::int64_t stamp = 0;
-        while (!stamp && bench::monotonicNs() - start < 10'000'000'000) {
+        std::int64_t started = 0;
+        while (!started && bench::monotonicNs() - start < 10'000'000'000) {
             keyboard.pressCombination();
             keyboard.release();
-            stamp = waitForStamp(stampFile, 2);
+            started = stamp.wait(2);
         }
-        if (!stamp)
+        if (!started)
             qFatal("the hot key never started its script");
-        launches.push_back(double(stamp - start) / 1e6);
+        launches.push_back(double(started - start) / 1e6);
         ::usleep(200000);
 
         for (int press = 0; press < 41; ++press) {
-            QFile::remove(stampFile);
+            stamp.clear();
             const std::int64_t pressed = keyboard.pressCombination();
-            const std::int64_t ran = waitForStamp(stampFile, 2000);
+            const std::int64_t ran = stamp.wait(2000);
             keyboard.release();
             if (!ran)
                 qFatal("a press did not start the script");
