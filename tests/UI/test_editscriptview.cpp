@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
+#include "App/BrambleworthAppDelegate.h"
 #include "FakeHotKeyBackend.h"
 #include "FakeKeyboardLayoutSource.h"
 #include "HotKeys/AppHotKeyManager.h"
@@ -15,20 +16,125 @@
 #include "UI/MainWindowContoller.h"
 #include "UI/SidebarViewController.h"
 #include "common/GuiTestSupport.h"
+#include "platform/x11/X11HotKeys.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QFile>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScopeGuard>
 #include <QTimer>
 #include <QToolButton>
 
+#include <xcb/xcb.h>
+#include <xcb/xtest.h>
+#include <xkbcommon/xkbcommon-keysyms.h>
+
+#include <cstdlib>
+
+namespace {
+
+// A second keyboard on the X server, through XTest: what it types goes through the server's
+// grabs and input focus exactly as a real keyboard's keys would.
+class XTestKeyboard
+{
+public:
+    XTestKeyboard() : m_connection(xcb_connect(nullptr, nullptr)) {}
+    ~XTestKeyboard() { xcb_disconnect(m_connection); }
+    XTestKeyboard(const XTestKeyboard&) = delete;
+    XTestKeyboard& operator=(const XTestKeyboard&) = delete;
+
+    bool isUsable() const
+    {
+        if (xcb_connection_has_error(m_connection))
+            return false;
+        const xcb_query_extension_reply_t* xtest =
+            xcb_get_extension_data(m_connection, &xcb_test_id);
+        return xtest && xtest->present;
+    }
+
+    // Presses the keys in order and releases them in reverse order; false when the server's
+    // keyboard has no key for one of them.
+    bool click(const QList<xcb_keysym_t>& keysyms)
+    {
+        QList<xcb_keycode_t> codes;
+        for (const xcb_keysym_t keysym : keysyms) {
+            const xcb_keycode_t code = keyCode(keysym);
+            if (!code)
+                return false;
+            codes.append(code);
+        }
+        for (const xcb_keycode_t code : std::as_const(codes))
+            fake(XCB_KEY_PRESS, code);
+        for (auto code = codes.crbegin(); code != codes.crend(); ++code)
+            fake(XCB_KEY_RELEASE, *code);
+        // Answered only once the server has handled the keys before it.
+        std::free(
+            xcb_get_input_focus_reply(m_connection, xcb_get_input_focus(m_connection), nullptr));
+        return true;
+    }
+
+private:
+    // The key that types the keysym without modifiers, else at any level; 0 for none. Asked of
+    // the server, whose layout depends on the machine.
+    xcb_keycode_t keyCode(xcb_keysym_t keysym)
+    {
+        const xcb_setup_t* setup = xcb_get_setup(m_connection);
+        const int count = setup->max_keycode - setup->min_keycode + 1;
+        xcb_get_keyboard_mapping_reply_t* mapping = xcb_get_keyboard_mapping_reply(
+            m_connection, xcb_get_keyboard_mapping(m_connection, setup->min_keycode, count),
+            nullptr);
+        if (!mapping)
+            return 0;
+        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(mapping);
+        const int perKey = mapping->keysyms_per_keycode;
+        xcb_keycode_t found = 0;
+        for (int level = 0; level < perKey && !found; ++level) {
+            for (int key = 0; key < count && !found; ++key) {
+                if (keysyms[key * perKey + level] == keysym)
+                    found = xcb_keycode_t(setup->min_keycode + key);
+            }
+        }
+        std::free(mapping);
+        return found;
+    }
+
+    void fake(quint8 type, xcb_keycode_t code)
+    {
+        xcb_test_fake_input(m_connection, type, code, XCB_CURRENT_TIME, XCB_NONE, 0, 0, 0);
+    }
+
+    xcb_connection_t* m_connection;
+};
+
+// Whether a key reached the application as an ordinary key press, to whichever widget.
+class KeyPressWatch : public QObject
+{
+public:
+    explicit KeyPressWatch(int key) : m_key(key) { qApp->installEventFilter(this); }
+    bool seen = false;
+
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override
+    {
+        if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == m_key)
+            seen = true;
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    int m_key;
+};
+
+} // namespace
+
 // The script editor pane driven through its widgets: what it shows for user, built-in and
-// linked scripts, what each edit changes, when the library is written, and the pane in the
-// main window.
+// linked scripts, what each edit changes, when the library is written, the pane in the main
+// window, and a hot key recorded in it running its script from a key press on the X server.
 class TestEditScriptView : public QObject
 {
     Q_OBJECT
@@ -416,6 +522,108 @@ private slots:
         auto* added = qobject_cast<EditScriptViewController*>(controller.detailView());
         QVERIFY(added);
         QCOMPARE(added->script(), m_manager->scripts().last());
+    }
+
+    // The whole way a user goes: the application launched over the X11 backend, the script's
+    // pane opened from the sidebar, a shortcut recorded in its field, then that combination
+    // typed on the X server starts a run whose process writes a marker; after a reset in the
+    // field the same combination reaches the application as a plain key and runs nothing.
+    void hotKeyRecordedInThePaneRunsTheScriptUntilReset()
+    {
+        if (QGuiApplication::platformName() != QLatin1String("xcb"))
+            QSKIP("needs an X server with XTest: runs in the _xcb variant, on Xvfb");
+        XTestKeyboard keyboard;
+        if (!keyboard.isUsable())
+            QSKIP("the X server has no XTest extension");
+
+        // The X backend and its layout replace the fakes for this function only; the
+        // registrations go before the layout they were looked up in.
+        KeyboardLayout xLayout;
+        const auto restoreFakes = qScopeGuard([this] {
+            HotKeyManager::unregisterAll();
+            HotKeyManager::setBackend(std::make_unique<FakeHotKeyBackend>());
+            HotKeyManager::setKeyboardLayout(&m_layout);
+        });
+        // Its event handler went to the fake backend; the application's manager is made over
+        // the X one, as at start-up.
+        m_hotKeys.reset();
+        QVERIFY(X11HotKeys::install(xLayout));
+        AppHotKeyManager hotKeys;
+
+        const QString marker = m_folder + QStringLiteral("/ran");
+        const ScriptPtr stored =
+            Script::create(QStringLiteral("Marker"),
+                           QStringLiteral("#!/bin/sh\necho ran >> '%1'\n").arg(marker), false);
+        // A kept log keeps the finished run in the list.
+        stored->setKeepLog(true);
+        TestEnvironment::writeFile(libraryPath(), *Script::encodeLibrary({stored}));
+        preferences().setValue(Preferences::Identifier::includeBuiltInScripts, false);
+
+        BrambleworthAppDelegate app(*m_manager, preferences());
+        app.isTrayAvailable = [] {
+            return true;
+        };
+        app.isMenuExportedOverDBus = [] {
+            return false;
+        };
+        app.setHotKeyManager(&hotKeys);
+        app.applicationDidFinishLaunching();
+        ScriptExecutorManager& executor = app.executor();
+        const auto finishRuns = qScopeGuard([&executor] { TestEnvironment::finishRuns(executor); });
+        QCOMPARE(m_manager->scripts().size(), 1);
+        const ScriptPtr script = m_manager->scripts().first();
+
+        app.openMainWindow();
+        MainWindowContoller* controller = app.mainWindowController();
+        QVERIFY(QTest::qWaitForWindowActive(controller->window()));
+        QVERIFY(controller->sidebarViewController()->selectScript(script));
+        auto* pane = qobject_cast<EditScriptViewController*>(controller->detailView());
+        QVERIFY(pane);
+        QCOMPARE(pane->script(), script);
+        TQHotKeyField* field = pane->hotkeyView();
+        QCOMPARE(field->textField()->text(), QStringLiteral("HotKey"));
+
+        // Recorded from key events sent to the window: the field gets them because it holds
+        // the keyboard.
+        QTest::mouseClick(field, Qt::LeftButton);
+        QVERIFY(field->isRecording());
+        QTest::keyClick(controller->window()->windowHandle(), Qt::Key_F9,
+                        Qt::ControlModifier | Qt::AltModifier | Qt::ShiftModifier);
+        QVERIFY(!field->isRecording());
+        QCOMPARE(field->textField()->text(), QStringLiteral("⌃⇧⌥ F9"));
+        const RegisteredHotKey recorded{script->id(), QStringLiteral("F9"),
+                                        ModifierFlag::control | ModifierFlag::option |
+                                            ModifierFlag::shift};
+        QCOMPARE(hotKeys.registeredHotKeys(), QList<RegisteredHotKey>{recorded});
+        QCOMPARE(pane->scriptHotKeyInfos(), std::optional(HotKeyInfos::from(recorded)));
+        QVERIFY(GuiTestSupport::saveScreenshot(pane, QStringLiteral("editscript-hotkey")));
+
+        const QList<xcb_keysym_t> combination{XKB_KEY_Control_L, XKB_KEY_Alt_L, XKB_KEY_Shift_L,
+                                              XKB_KEY_F9};
+        QVERIFY(executor.runningScripts().isEmpty());
+        QVERIFY(keyboard.click(combination));
+        QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(marker), 5000);
+        QCOMPARE(executor.runningScripts().size(), 1);
+        const RunningScriptPtr run = executor.runningScripts().first();
+        QCOMPARE(run->name(), QStringLiteral("Marker"));
+        QTRY_VERIFY_WITH_TIMEOUT(run->termination().has_value(), 5000);
+        QCOMPARE(run->termination()->shellStatus(), 0);
+        QCOMPARE(TestEnvironment::readFile(marker), QByteArray("ran\n"));
+
+        // Reset the way a user does it: the field's clear button.
+        QTest::mouseClick(field->resetButton(), Qt::LeftButton);
+        QCOMPARE(field->textField()->text(), QStringLiteral("HotKey"));
+        QVERIFY(hotKeys.registeredHotKeys().isEmpty());
+        QVERIFY(!pane->scriptHotKeyInfos());
+
+        KeyPressWatch watch(Qt::Key_F9);
+        QVERIFY(keyboard.click(combination));
+        QTest::qWait(500);
+        QCOMPARE(executor.runningScripts(), RunningScriptList{run});
+        QCOMPARE(TestEnvironment::readFile(marker), QByteArray("ran\n"));
+        // Not because the press went astray: no longer grabbed, it reached the focused window
+        // like any other key.
+        QTRY_VERIFY(watch.seen);
     }
 };
 
