@@ -30,7 +30,10 @@ std::unique_ptr<KeyboardLayoutSource> orNoLayout(std::unique_ptr<KeyboardLayoutS
 KeyboardLayout::KeyboardLayout(std::unique_ptr<KeyboardLayoutSource> source)
     : m_source(orNoLayout(std::move(source)))
 {
-    buildMapping();
+    // Without a source there is nothing to read yet, which is no error: the platform layer
+    // sets one at start-up, and the shared instance exists before it does.
+    if (!dynamic_cast<const NoLayoutSource*>(m_source.get()))
+        buildMapping();
     m_distributedNotificationsObserver.observe(
         selectedKeyboardInputSourceChanged, {}, nullptr, [this](const Notification&) {
             AppLogger::debug(QStringLiteral("Keyboard layout changed"));

@@ -109,6 +109,16 @@ private slots:
         QVERIFY(!mapping().values().contains(57));
     }
 
+    void aLayoutWaitingForItsSourceLogsNothing()
+    {
+        LogCapture capture;
+        KeyboardLayout waiting;
+        QVERIFY(waiting.keyCodesMapping().isEmpty());
+        QCOMPARE(capture.messages(LogLevel::error), QStringList());
+        waiting.setLayoutSource(std::make_unique<FakeKeyboardLayoutSource>());
+        QVERIFY(!waiting.keyCodesMapping().isEmpty());
+    }
+
     void missingLayoutDataEmptiesTheMapping()
     {
         QVERIFY(!mapping().isEmpty());
