@@ -69,6 +69,14 @@ target_include_directories(brambleworth_core PRIVATE ${JAVASCRIPTCORE_INCLUDE_DI
 target_compile_definitions(brambleworth_core PRIVATE
     BRAMBLEWORTH_JAVASCRIPTCORE_LIBRARY="libjavascriptcoregtk-4.1.so.0")
 target_link_libraries(brambleworth_core PRIVATE ${CMAKE_DL_LIBS})
+# LeakSanitizer's tracer crashes scanning the engine's threads when the library came in through
+# dlopen, so sanitizer builds load it at start-up; the first context then finds it loaded.
+# (GCC links without --as-needed under -fsanitize, so the unreferenced library stays.)
+option(BRAMBLEWORTH_LOAD_JAVASCRIPTCORE_AT_START
+    "Link the JavaScript engine instead of opening it on first use" OFF)
+if(BRAMBLEWORTH_LOAD_JAVASCRIPTCORE_AT_START)
+    target_link_libraries(brambleworth_core PRIVATE PkgConfig::JAVASCRIPTCORE)
+endif()
 
 # PCRE2 directly, for the patterns run thousands of times per highlight (see CompiledPattern).
 if(NOT TARGET PkgConfig::PCRE2)
