@@ -172,7 +172,11 @@ QString Script::scriptPasteboardType()
 QMimeData* Script::pasteboardItem() const
 {
     auto* item = new QMimeData;
-    const QString path = QDir(FileUtils::temporaryDirectoryURL()).filePath(fileName());
+    // A folder of the user's own stands in for the process's temporary folder: in the shared
+    // /tmp a file of this name may belong to someone else, and the drag would carry theirs.
+    const QString folder = FileUtils::privateTemporaryFolder();
+    const QString path =
+        QDir(folder.isEmpty() ? FileUtils::temporaryDirectoryURL() : folder).filePath(fileName());
     if (const auto data = Utf8::encode(m_internalContent)) {
         try {
             FileUtils::writeAtomically(path, *data);

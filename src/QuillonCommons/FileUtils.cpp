@@ -72,6 +72,23 @@ bool FileUtils::isOnNoexecMount(const QString& path)
            (info.f_flag & ST_NOEXEC) != 0;
 }
 
+QString FileUtils::privateTemporaryFolder()
+{
+    QStringList places;
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
+        places << QDir::cleanPath(runtime) + QStringLiteral("/brambleworth");
+    places << QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+                  QStringLiteral("/brambleworth");
+    for (const QString& place : std::as_const(places)) {
+        QDir().mkpath(QFileInfo(place).absolutePath());
+        const QString folder = place + QStringLiteral("/drags");
+        if (preparePrivateFolder(place) && preparePrivateFolder(folder))
+            return folder;
+    }
+    return {};
+}
+
 QStringList FileUtils::scratchPlaces()
 {
     QStringList places;

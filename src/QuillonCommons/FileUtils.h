@@ -22,6 +22,11 @@ public:
     static QString uniqueName();
     static QStringList regularFiles(const QString& directory);
     static QString temporaryDirectoryURL();
+    // The process's own temporary folder, the same for the whole session: "drags" in the
+    // runtime folder, else in the cache folder, private to the user. Never the shared /tmp,
+    // where another user could have made a file of the same name first. Empty when neither
+    // can be made.
+    static QString privateTemporaryFolder();
     // The places scratch folders may go, in order of preference; the last is the fallback of
     // last resort, in the user's cache folder.
     static QStringList scratchPlaces();

@@ -11,6 +11,8 @@
 #include <QStringEncoder>
 #include <QUrl>
 
+#include <unistd.h>
+
 class TestScript : public QObject
 {
     Q_OBJECT
@@ -230,6 +232,14 @@ private slots:
         const QString path = item->urls().first().toLocalFile();
         QCOMPARE(QFileInfo(path).fileName(), QStringLiteral("Drag me.sh"));
         QCOMPARE(TestEnvironment::readFile(path), QByteArray("echo dragged"));
+        // In a folder of the user's alone, whatever someone left in the shared /tmp.
+        const QFileInfo folder(QFileInfo(path).absolutePath());
+        QCOMPARE(folder.filePath(), FileUtils::privateTemporaryFolder());
+        QVERIFY(folder.filePath().endsWith(QStringLiteral("/brambleworth/drags")));
+        QCOMPARE(folder.permissions() & (QFile::ReadGroup | QFile::ReadOther | QFile::WriteGroup |
+                                         QFile::WriteOther | QFile::ExeGroup | QFile::ExeOther),
+                 QFile::Permissions());
+        QCOMPARE(folder.ownerId(), ::geteuid());
         QCOMPARE(item->data(Script::scriptPasteboardType()), script.id().toUtf8());
         QCOMPARE(Script::scriptPasteboardType(),
                  QStringLiteral("org.brambleworth.Brambleworth.script"));
