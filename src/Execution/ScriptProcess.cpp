@@ -3,6 +3,7 @@
 
 #include "QuillonCommons/AppError.h"
 #include "QuillonCommons/AppLogger.h"
+#include "QuillonCommons/ProcessLimits.h"
 
 #include <QFile>
 #include <QSocketNotifier>
@@ -149,8 +150,12 @@ void ScriptProcess::launch()
     argv.push_back(nullptr);
 
     pid_t pid = -1;
-    const int spawnError = ::posix_spawn(&pid, path.constData(), &setup.actions, &setup.attributes,
-                                         argv.data(), environ);
+    int spawnError = 0;
+    {
+        const ProcessLimits::ForChildren usualLimits;
+        spawnError = ::posix_spawn(&pid, path.constData(), &setup.actions, &setup.attributes,
+                                   argv.data(), environ);
+    }
     // The new process nearly always starts on this processor: let it have it first, so that the
     // bookkeeping below does not hold back the script's first instructions (0.2 ms a start).
     ::sched_yield();

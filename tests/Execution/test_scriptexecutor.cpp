@@ -4,9 +4,11 @@
 #include "Execution/ExecutorManagerError.h"
 #include "Execution/ScriptExecutorManager.h"
 #include "QuillonCommons/LogCapture.h"
+#include "QuillonCommons/ProcessLimits.h"
 
 #include <QDir>
 #include <QFileInfo>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QUrl>
@@ -14,6 +16,7 @@
 
 #include <csignal>
 #include <cstring>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 
@@ -133,6 +136,27 @@ private slots:
         m_capture.reset();
         m_temp.reset();
         qunsetenv("TMPDIR");
+    }
+
+    void scriptsGetTheOpenFileLimitTheProgramStartedWith()
+    {
+        rlimit before{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &before), 0);
+        if (before.rlim_max != RLIM_INFINITY && before.rlim_max <= 1024)
+            QSKIP("the hard limit leaves no room to raise the soft one");
+        rlimit usual = before;
+        usual.rlim_cur = 1024;
+        QCOMPARE(::setrlimit(RLIMIT_NOFILE, &usual), 0);
+        const auto restore = qScopeGuard([&] { ::setrlimit(RLIMIT_NOFILE, &before); });
+        ProcessLimits::raiseOpenFileLimit();
+
+        const RunningScriptPtr run = runToEnd(QStringLiteral("#!/bin/sh\nulimit -Sn\n"));
+        QVERIFY(run);
+        QCOMPARE(run->logs(), QStringLiteral("1024\n"));
+        // The program itself keeps the raised limit.
+        rlimit after{};
+        QCOMPARE(::getrlimit(RLIMIT_NOFILE, &after), 0);
+        QCOMPARE(after.rlim_cur, before.rlim_max);
     }
 
     void scriptFileLivesInItsOwnDirectoryAndSeesThreeArguments()
