@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "UI/TQLogTextView.h"
 
+#include "UI/TQLogTextViewAccessible.h"
+
+#include <QAccessible>
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
@@ -46,6 +49,18 @@ qsizetype utf8Length(QStringView text)
     return length;
 }
 
+// UTF-16 units of valid UTF-8: one a character, two for a four-byte one.
+qsizetype unitsOf(const char* data, qsizetype length)
+{
+    qsizetype units = 0;
+    for (qsizetype i = 0; i < length; ++i) {
+        const uchar byte = uchar(data[i]);
+        units += (byte & 0xC0) != 0x80;
+        units += byte >= 0xF0;
+    }
+    return units;
+}
+
 // The column after `text` starting at column 0, tabs expanded.
 int columnsOf(QStringView text)
 {
@@ -59,6 +74,7 @@ int columnsOf(QStringView text)
 
 TQLogTextView::TQLogTextView(QWidget* parent) : QAbstractScrollArea(parent)
 {
+    TQLogTextViewAccessible::install();
     setFont(QFontDatabase::systemFont(QFontDatabase::FixedFont));
     setFocusPolicy(Qt::StrongFocus);
     viewport()->setCursor(Qt::IBeamCursor);
@@ -96,6 +112,7 @@ void TQLogTextView::appendPlainText(QStringView text)
 void TQLogTextView::reset()
 {
     m_rowStarts.assign(1, 0);
+    m_rowUnits.clear();
     m_indexed = 0;
     m_widestRow = 0;
     m_widestColumns = 0;
@@ -150,13 +167,81 @@ bool TQLogTextView::storeGrew(qsizetype budget)
         rowStart = position = next;
     }
     m_widestRow = std::max(m_widestRow, end - rowStart);
+    const qsizetype before = m_indexed;
     m_indexed = end;
+    if (QAccessible::isActive()) {
+        QAccessibleTextInsertEvent inserted(this, int(unitOffset(before)), this->text(before, end));
+        QAccessible::updateAccessibility(&inserted);
+    }
 
     updateScrollBars();
     if (following)
         verticalScrollBar()->setValue(verticalScrollBar()->maximum());
     viewport()->update();
     return !hasUnshownText();
+}
+
+qsizetype TQLogTextView::unitOffset(qsizetype byteOffset) const
+{
+    byteOffset = std::clamp<qsizetype>(byteOffset, 0, m_indexed);
+    const qsizetype row = rowOf(byteOffset);
+    if (m_rowUnits.empty())
+        m_rowUnits.push_back(0);
+    // Rows only ever come at the end, so what was counted stays true.
+    while (qsizetype(m_rowUnits.size()) <= row) {
+        const qsizetype counted = qsizetype(m_rowUnits.size()) - 1;
+        const qsizetype start = m_rowStarts[size_t(counted)];
+        m_rowUnits.push_back(m_rowUnits.back() +
+                             unitsOf(bytes().constData() + start, rowEnd(counted) - start));
+    }
+    const qsizetype start = m_rowStarts[size_t(row)];
+    return m_rowUnits[size_t(row)] + unitsOf(bytes().constData() + start, byteOffset - start);
+}
+
+qsizetype TQLogTextView::unitCount() const
+{
+    return unitOffset(m_indexed);
+}
+
+qsizetype TQLogTextView::byteOffset(qsizetype unitOffset) const
+{
+    if (unitOffset <= 0)
+        return 0;
+    if (unitOffset >= unitCount())
+        return m_indexed;
+    const auto after = std::upper_bound(m_rowUnits.begin(), m_rowUnits.end(), unitOffset);
+    const qsizetype row = std::max<qsizetype>(0, (after - m_rowUnits.begin()) - 1);
+    const char* data = bytes().constData();
+    qsizetype units = m_rowUnits[size_t(row)];
+    qsizetype offset = m_rowStarts[size_t(row)];
+    const qsizetype end = rowEnd(row);
+    while (offset < end) {
+        qsizetype next = offset + 1;
+        while (next < end && isContinuationByte(data[next]))
+            ++next;
+        const qsizetype width = uchar(data[offset]) >= 0xF0 ? 2 : 1;
+        if (units + width > unitOffset)
+            break;
+        units += width;
+        offset = next;
+    }
+    return offset;
+}
+
+QString TQLogTextView::text(qsizetype fromByte, qsizetype toByte) const
+{
+    fromByte = std::clamp<qsizetype>(fromByte, 0, m_indexed);
+    toByte = std::clamp<qsizetype>(toByte, fromByte, m_indexed);
+    return QString::fromUtf8(bytes().constData() + fromByte, toByte - fromByte);
+}
+
+QRect TQLogTextView::characterRect(qsizetype byteOffset) const
+{
+    const qsizetype row = rowOf(byteOffset);
+    const int column = columnOf(row, byteOffset);
+    const int x = margin + int(column * charWidth()) - horizontalScrollBar()->value();
+    const int y = int(row - verticalScrollBar()->value()) * lineHeight();
+    return QRect(x, y, int(std::ceil(charWidth())), lineHeight());
 }
 
 QString TQLogTextView::string() const
@@ -298,6 +383,19 @@ void TQLogTextView::selectionChanged()
     if (hasSelection() && clipboard->supportsSelection() && !m_selecting)
         clipboard->setText(selectedText(), QClipboard::Selection);
     viewport()->update();
+    if (QAccessible::isActive()) {
+        const int cursor = int(unitOffset(m_position));
+        if (hasSelection()) {
+            QAccessibleTextSelectionEvent selection(
+                this, int(unitOffset(std::min(m_anchor, m_position))),
+                int(unitOffset(std::max(m_anchor, m_position))));
+            selection.setCursorPosition(cursor);
+            QAccessible::updateAccessibility(&selection);
+        } else {
+            QAccessibleTextCursorEvent moved(this, cursor);
+            QAccessible::updateAccessibility(&moved);
+        }
+    }
 }
 
 void TQLogTextView::moveCursor(qsizetype position, bool keepAnchor)

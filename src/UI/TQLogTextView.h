@@ -53,6 +53,22 @@ public:
     // Whether the view shows the last row, and so follows new output.
     bool isAtEnd() const;
 
+    // For screen readers, which count UTF-16 units: the length of the text shown, and unit
+    // offsets for byte offsets and back (a unit inside a character gives its start). Counted
+    // on the first question, so a session without a reader pays nothing.
+    qsizetype unitCount() const;
+    qsizetype unitOffset(qsizetype byteOffset) const;
+    qsizetype byteOffset(qsizetype unitOffset) const;
+    // The text between two byte offsets, and the row around one with its byte range.
+    QString text(qsizetype fromByte, qsizetype toByte) const;
+    qsizetype rowAt(qsizetype byteOffset) const { return rowOf(byteOffset); }
+    qsizetype rowStart(qsizetype row) const { return m_rowStarts[size_t(row)]; }
+    qsizetype rowEndOffset(qsizetype row) const { return rowEnd(row); }
+    // Where a character is drawn, in viewport coordinates, and the byte offset at a point.
+    QRect characterRect(qsizetype byteOffset) const;
+    qsizetype byteOffsetAt(const QPoint& viewportPoint) const { return offsetAt(viewportPoint); }
+    void scrollTo(qsizetype byteOffset) { ensureVisible(byteOffset); }
+
 public slots:
     void copy() const;
     void selectAll();
@@ -95,6 +111,8 @@ private:
     // The widest row in bytes, which bounds its columns but for tabs.
     qsizetype m_widestRow = 0;
     int m_widestColumns = 0;
+    // The unit offset where each row starts, for as many rows as a reader has needed.
+    mutable std::deque<qsizetype> m_rowUnits;
     qsizetype m_anchor = 0;
     qsizetype m_position = 0;
     bool m_selecting = false;

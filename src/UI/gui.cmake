@@ -25,6 +25,8 @@ target_sources(brambleworth_gui PRIVATE
     UI/SidebarViewController.h
     UI/TQLogTextView.cpp
     UI/TQLogTextView.h
+    UI/TQLogTextViewAccessible.cpp
+    UI/TQLogTextViewAccessible.h
     UI/TQOutlineView.cpp
     UI/TQOutlineView.h
 )

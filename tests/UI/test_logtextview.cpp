@@ -3,8 +3,10 @@
 
 #include "UI/TQLogTextView.h"
 
+#include <QAccessible>
 #include <QClipboard>
 #include <QFontInfo>
+#include <QScopeGuard>
 #include <QScrollBar>
 
 namespace {
@@ -41,6 +43,9 @@ private slots:
     void followsTheEndOnly();
     void megabyteLine();
     void manyShortLines();
+    void screenReadersReadItInUnits_data();
+    void screenReadersReadItInUnits();
+    void screenReadersMoveTheCaretAndSelection();
 };
 
 void TestLogTextView::rows_data()
@@ -238,6 +243,122 @@ void TestLogTextView::manyShortLines()
     view.verticalScrollBar()->setValue(345678);
     QTest::mouseDClick(view.viewport(), Qt::LeftButton, {}, rowPoint(view, 2, 1));
     QCOMPARE(view.selectedText(), QStringLiteral("45680abcd"));
+}
+
+void TestLogTextView::screenReadersReadItInUnits_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::newRow("ascii") << QStringLiteral("first line\nsecond line\n");
+    QTest::newRow("two- and three-byte characters")
+        << QStringLiteral("h\u00e9llo w\u00f6rld\n\u65e5\u672c\u8a9e \u2192 ok\n");
+    QTest::newRow("four-byte characters")
+        << QString::fromUcs4(U"a\U0001F600b\n\U0001F468\u200D\U0001F469 c\n\U0001F600");
+    // A line longer than a row: the reader's lines are the view's rows.
+    QTest::newRow("wrapped line") << QString(TQLogTextView::maxRowBytes - 1, u'x') +
+                                         QStringLiteral("\u00e9\u00e9 tail\n");
+}
+
+void TestLogTextView::screenReadersReadItInUnits()
+{
+    QFETCH(QString, text);
+    TQLogTextView view;
+    view.setAccessibleName(QStringLiteral("Log"));
+    view.setPlainText(text);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QAccessibleInterface* accessible = QAccessible::queryAccessibleInterface(&view);
+    QVERIFY(accessible);
+    QAccessibleTextInterface* reader = accessible->textInterface();
+    QVERIFY(reader);
+    QVERIFY(accessible->state().readOnly);
+    QVERIFY(accessible->state().multiLine);
+    QCOMPARE(accessible->text(QAccessible::Name), QStringLiteral("Log"));
+
+    // Every unit range reads as the same range of the QString.
+    QCOMPARE(reader->characterCount(), text.size());
+    QCOMPARE(reader->text(0, reader->characterCount()), text);
+    for (int start = 0; start <= text.size(); start += 3) {
+        for (const int length : {0, 1, 2, 7}) {
+            const int end = std::min(int(text.size()), start + length);
+            // Halves of a surrogate pair start at the pair.
+            const int from =
+                start < text.size() && text.at(start).isLowSurrogate() ? start - 1 : start;
+            const int to =
+                end > 0 && end < text.size() && text.at(end).isLowSurrogate() ? end - 1 : end;
+            QCOMPARE(reader->text(start, end), text.mid(from, std::max(0, to - from)));
+        }
+    }
+
+    // Lines are rows with their newline; walking them covers the text exactly once.
+    QString walked;
+    int start = 0;
+    int end = 0;
+    for (int offset = 0; offset < text.size(); offset = end) {
+        const QString line = reader->textAtOffset(offset, QAccessible::LineBoundary, &start, &end);
+        QCOMPARE(start, offset);
+        QVERIFY(end > start);
+        QVERIFY(!line.chopped(line.endsWith(u'\n') ? 1 : 0).contains(u'\n'));
+        walked += line;
+    }
+    QCOMPARE(walked, text);
+    const QString second = reader->textAfterOffset(0, QAccessible::LineBoundary, &start, &end);
+    QCOMPARE(text.mid(start, end - start), second);
+    const QString first = reader->textBeforeOffset(start, QAccessible::LineBoundary, &start, &end);
+    QCOMPARE(start, 0);
+    QCOMPARE(first, text.left(end));
+
+    // A character is a whole grapheme, never half a pair.
+    for (int offset = 0; offset < text.size(); ++offset) {
+        const QString character =
+            reader->textAtOffset(offset, QAccessible::CharBoundary, &start, &end);
+        QVERIFY(start <= offset && offset < end);
+        QVERIFY(!character.isEmpty());
+        QVERIFY(!character.front().isLowSurrogate() && !character.back().isHighSurrogate());
+    }
+}
+
+void TestLogTextView::screenReadersMoveTheCaretAndSelection()
+{
+    TQLogTextView view;
+    const QString text = QStringLiteral("caf\u00e9 \u2192 done\nnext line\n");
+    view.setPlainText(text);
+    view.resize(400, 200);
+    view.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&view));
+    QAccessibleTextInterface* reader =
+        QAccessible::queryAccessibleInterface(&view)->textInterface();
+    QVERIFY(reader);
+
+    // Unit offsets in, the view's own byte selection out, and back.
+    reader->setSelection(0, 3, 6);
+    QCOMPARE(view.selectedText(), text.mid(3, 3));
+    int start = -1;
+    int end = -1;
+    QCOMPARE(reader->selectionCount(), 1);
+    reader->selection(0, &start, &end);
+    QCOMPARE(start, 3);
+    QCOMPARE(end, 6);
+    reader->removeSelection(0);
+    QCOMPARE(reader->selectionCount(), 0);
+    reader->setCursorPosition(int(text.indexOf(u'n')));
+    QCOMPARE(reader->cursorPosition(), int(text.indexOf(u'n')));
+    QTest::keyClick(&view, Qt::Key_Right, Qt::ShiftModifier);
+    QCOMPARE(view.selectedText(), QStringLiteral("n"));
+
+    // Where a character is drawn is where a point finds it again.
+    const int next = int(text.indexOf(QStringLiteral("next")));
+    const QRect rect = reader->characterRect(next + 2);
+    QVERIFY(rect.isValid());
+    QCOMPARE(reader->offsetAtPoint(rect.center() - QPoint(rect.width() / 4, 0)), next + 2);
+    QCOMPARE(reader->offsetAtPoint(view.mapToGlobal(QPoint(-50, -50))), -1);
+    QCOMPARE(reader->textAtOffset(next + 1, QAccessible::WordBoundary, &start, &end),
+             QStringLiteral("next"));
+
+    // Output that arrives reads at once.
+    view.appendPlainText(QStringLiteral("\u00fcber\n"));
+    QCOMPARE(reader->characterCount(), text.size() + 5);
+    QCOMPARE(reader->textAtOffset(int(text.size()), QAccessible::LineBoundary, &start, &end),
+             QStringLiteral("\u00fcber\n"));
 }
 
 BRAMBLEWORTH_GUI_TEST_MAIN(TestLogTextView)
