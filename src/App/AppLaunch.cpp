@@ -74,9 +74,8 @@ int AppLaunch::run(int argc, char** argv)
     QCoreApplication::setApplicationVersion(QStringLiteral(BRAMBLEWORTH_VERSION));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Brambleworth"));
     QGuiApplication::setDesktopFileName(QStringLiteral(BRAMBLEWORTH_APP_ID));
-    QGuiApplication::setWindowIcon(QIcon::fromTheme(
-        QStringLiteral(BRAMBLEWORTH_APP_ID),
-        QIcon(QStringLiteral(":/icons/hicolor/scalable/apps/org.brambleworth.Brambleworth.svg"))));
+    // The bundled image until the delegate looks the theme up, once the tray is up.
+    QGuiApplication::setWindowIcon(BrambleworthAppDelegate::bundledApplicationIcon());
 
     Preferences& preferences = Preferences::shared();
     preferences.setArguments(QCoreApplication::arguments());

@@ -4,6 +4,7 @@
 #include "Execution/ScriptExecutorManager.h"
 #include "Model/ScriptsManager.h"
 
+#include <QIcon>
 #include <QObject>
 #include <QPointer>
 
@@ -39,6 +40,13 @@ public:
     // Made on first use once launching has finished (none before): its widgets cost more than
     // the rest of a launch together, and a start in the tray alone may never need them.
     MainWindowContoller* mainWindowController();
+
+    // The images that come with the program, shown until the icon theme has been read.
+    static QIcon bundledApplicationIcon();
+    static QIcon bundledTrayIcon();
+    // The icon theme's images for the windows and the tray, the bundled ones where it has none.
+    void useThemedIcons();
+    static constexpr int themedIconsDelayMs = 1000;
     ScriptsManager& scriptsManager() const { return *m_scriptsManager; }
     ScriptExecutorManager& executor() const { return *m_executor; }
     StatusItem* statusItem() const { return m_statusItem; }

@@ -19,7 +19,10 @@
 #include <QApplication>
 #include <QDesktopServices>
 #include <QDir>
+#include <QFile>
+#include <QIcon>
 #include <QMenu>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QSystemTrayIcon>
 
@@ -152,6 +155,46 @@ private slots:
         m_delegate.reset();
         m_hotKeys.reset();
         m_manager.reset();
+    }
+
+    void themedIconsFollowTheBundledOnes()
+    {
+        // A theme of the test's own that has both images, so that a lookup shows.
+        const QString themes = m_environment.makeFolder(QStringLiteral("icon-themes"));
+        const QString theme = themes + QStringLiteral("/brambletest");
+        QVERIFY(QDir().mkpath(theme + QStringLiteral("/scalable/apps")));
+        QFile index(theme + QStringLiteral("/index.theme"));
+        QVERIFY(index.open(QIODevice::WriteOnly));
+        index.write("[Icon Theme]\nName=brambletest\nDirectories=scalable/apps\n\n"
+                    "[scalable/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\n");
+        index.close();
+        for (const char* name :
+             {"org.brambleworth.Brambleworth", "org.brambleworth.Brambleworth-symbolic"})
+            QVERIFY(QFile::copy(QStringLiteral(":/icons/hicolor/scalable/apps/"
+                                               "org.brambleworth.Brambleworth.svg"),
+                                theme + QStringLiteral("/scalable/apps/") + QLatin1String(name) +
+                                    QStringLiteral(".svg")));
+        const QStringList searchPaths = QIcon::themeSearchPaths();
+        const QString themeName = QIcon::themeName();
+        const auto restore = qScopeGuard([&] {
+            QIcon::setThemeSearchPaths(searchPaths);
+            QIcon::setThemeName(themeName);
+            QGuiApplication::setWindowIcon(QIcon());
+        });
+        QIcon::setThemeSearchPaths({themes});
+        QIcon::setThemeName(QStringLiteral("brambletest"));
+
+        writeLibrary({script(QStringLiteral("Only"))});
+        launch();
+        // Launching shows the bundled image: no theme was read for it.
+        QVERIFY(m_delegate->statusItem()->image->name().isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(m_delegate->statusItem()->image->name(),
+                                  QStringLiteral("org.brambleworth.Brambleworth-symbolic"),
+                                  BrambleworthAppDelegate::themedIconsDelayMs * 3);
+        QCOMPARE(m_delegate->statusItem()->statusItem()->icon().name(),
+                 QStringLiteral("org.brambleworth.Brambleworth-symbolic"));
+        QCOMPARE(QGuiApplication::windowIcon().name(),
+                 QStringLiteral("org.brambleworth.Brambleworth"));
     }
 
     void menuOfAnEmptyLibrary()
