@@ -62,6 +62,29 @@ bool preparePrivateFolder(const QString& path)
     return true;
 }
 
+// A folder of our own with its parents made: private, and checked to be ours.
+bool prepareOwnFolder(const QString& path)
+{
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    return preparePrivateFolder(path);
+}
+
+// The program's folder in the session's runtime folder, which the system empties at logout.
+std::optional<QString> runtimePlace()
+{
+    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    if (runtime.isEmpty() || !QFileInfo(runtime).isDir())
+        return std::nullopt;
+    return QDir::cleanPath(runtime) + QStringLiteral("/brambleworth");
+}
+
+// The program's folder in the user's cache folder, where a desktop lets programs run.
+QString cachePlace()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
+           QStringLiteral("/brambleworth");
+}
+
 } // namespace
 
 bool FileUtils::isOnNoexecMount(const QString& path)
@@ -75,15 +98,12 @@ bool FileUtils::isOnNoexecMount(const QString& path)
 QString FileUtils::privateTemporaryFolder()
 {
     QStringList places;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
-        places << QDir::cleanPath(runtime) + QStringLiteral("/brambleworth");
-    places << QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                  QStringLiteral("/brambleworth");
+    if (const std::optional<QString> runtime = runtimePlace())
+        places << *runtime;
+    places << cachePlace();
     for (const QString& place : std::as_const(places)) {
-        QDir().mkpath(QFileInfo(place).absolutePath());
         const QString folder = place + QStringLiteral("/drags");
-        if (preparePrivateFolder(place) && preparePrivateFolder(folder))
+        if (prepareOwnFolder(place) && preparePrivateFolder(folder))
             return folder;
     }
     return {};
@@ -92,13 +112,11 @@ QString FileUtils::privateTemporaryFolder()
 QStringList FileUtils::scratchPlaces()
 {
     QStringList places;
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
-    if (!runtime.isEmpty() && QFileInfo(runtime).isDir())
-        places << QDir::cleanPath(runtime) + QStringLiteral("/brambleworth");
+    if (const std::optional<QString> runtime = runtimePlace())
+        places << *runtime;
     places << temporaryDirectoryURL();
     // Home is where a desktop lets programs run when every temporary folder forbids it.
-    places << QStandardPaths::writableLocation(QStandardPaths::GenericCacheLocation) +
-                  QStringLiteral("/brambleworth/scratch");
+    places << cachePlace() + QStringLiteral("/scratch");
     return places;
 }
 
@@ -110,11 +128,8 @@ QString FileUtils::scratchParent()
         const QString& place = places.at(i);
         const bool last = i + 1 == places.size();
         // The temporary folder is the user's to set up; the others are folders of our own.
-        if (place != temporary) {
-            QDir().mkpath(QFileInfo(place).absolutePath());
-            if (!preparePrivateFolder(place) && !last)
-                continue;
-        }
+        if (place != temporary && !prepareOwnFolder(place) && !last)
+            continue;
         if (last || !isOnNoexecMount(place))
             return place;
         warnOnce(QStringLiteral("%1 is on a file system mounted noexec, where scripts cannot run; "
