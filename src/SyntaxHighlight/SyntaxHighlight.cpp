@@ -108,6 +108,7 @@ struct SyntaxHighlight::Spans
     static constexpr int fields = 4;
     QStringList classes;
     QList<qint32> numbers;
+    qint32 deepest = -1;
 };
 
 SyntaxHighlight::~SyntaxHighlight() = default;
@@ -196,6 +197,7 @@ SyntaxHighlight::highlightedSpans(const QString& code, const QString& language) 
     if (!classes || !numbers || numbers->size() % Spans::fields != 0)
         return std::nullopt;
     // Anything out of place sends the caller back to the HTML rather than colouring wrongly.
+    qint32 deepest = -1;
     for (qsizetype i = 0; i < numbers->size(); i += Spans::fields) {
         const qint32 depth = numbers->at(i);
         const qint32 start = numbers->at(i + 1);
@@ -204,10 +206,11 @@ SyntaxHighlight::highlightedSpans(const QString& code, const QString& language) 
         if (depth < 0 || start < 0 || end < start || end > code.size() || classNumber < 0 ||
             classNumber >= classes->size())
             return std::nullopt;
+        deepest = std::max(deepest, depth);
     }
     for (QString& name : *classes)
         name = name.trimmed();
-    return Spans{std::move(*classes), std::move(*numbers)};
+    return Spans{std::move(*classes), std::move(*numbers), deepest};
 }
 
 QList<HighlightRange> SyntaxHighlight::highlightRanges(const QString& code, const QString& language,
@@ -223,10 +226,7 @@ QList<HighlightRange> SyntaxHighlight::highlightRanges(const QString& code, cons
     const QList<qint32>& numbers = spans->numbers;
     const qsizetype count = numbers.size() / Spans::fields;
     // Breadth-first is every depth in turn, each in document order.
-    qint32 deepest = -1;
-    for (qsizetype i = 0; i < count; ++i)
-        deepest = std::max(deepest, numbers[i * Spans::fields]);
-    std::vector<qsizetype> firstOfDepth(size_t(deepest + 2), 0);
+    std::vector<qsizetype> firstOfDepth(size_t(spans->deepest + 2), 0);
     for (qsizetype i = 0; i < count; ++i)
         ++firstOfDepth[size_t(numbers[i * Spans::fields] + 1)];
     for (size_t depth = 1; depth < firstOfDepth.size(); ++depth)
