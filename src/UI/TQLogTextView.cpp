@@ -246,7 +246,7 @@ QRect TQLogTextView::characterRect(qsizetype byteOffset) const
 
 QString TQLogTextView::string() const
 {
-    return QString::fromUtf8(bytes().constData(), m_indexed);
+    return text(0, m_indexed);
 }
 
 bool TQLogTextView::isAtEnd() const
@@ -360,9 +360,7 @@ void TQLogTextView::setSelection(qsizetype anchor, qsizetype position)
 
 QString TQLogTextView::selectedText() const
 {
-    const qsizetype start = std::min(m_anchor, m_position);
-    const qsizetype end = std::max(m_anchor, m_position);
-    return QString::fromUtf8(bytes().constData() + start, end - start);
+    return text(std::min(m_anchor, m_position), std::max(m_anchor, m_position));
 }
 
 void TQLogTextView::copy() const
