@@ -28,11 +28,12 @@ std::unique_ptr<KeyboardLayoutSource> orNoLayout(std::unique_ptr<KeyboardLayoutS
 } // namespace
 
 KeyboardLayout::KeyboardLayout(std::unique_ptr<KeyboardLayoutSource> source)
-    : m_source(orNoLayout(std::move(source)))
 {
     // Without a source there is nothing to read yet, which is no error: the platform layer
     // sets one at start-up, and the shared instance exists before it does.
-    if (!dynamic_cast<const NoLayoutSource*>(m_source.get()))
+    const bool waiting = !source;
+    m_source = orNoLayout(std::move(source));
+    if (!waiting)
         buildMapping();
     m_distributedNotificationsObserver.observe(
         selectedKeyboardInputSourceChanged, {}, nullptr, [this](const Notification&) {
