@@ -68,6 +68,11 @@ QIcon AppActions::littleImage()
         if (QFileInfo::exists(beside))
             return QIcon(beside);
     }
+    return bundledLittleImage();
+}
+
+QIcon AppActions::bundledLittleImage()
+{
     return QIcon(QStringLiteral(":/icons/hicolor/scalable/apps/org.brambleworth.Brambleworth.svg"));
 }
 

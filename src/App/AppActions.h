@@ -26,6 +26,8 @@ public:
     // The application image "Little": the installed icon of the application id from the icon
     // theme, else the copy in the program's data, else a generic one.
     static QIcon littleImage();
+    // The copy built into the program, which needs no icon theme read.
+    static QIcon bundledLittleImage();
 
     // Name, version, licence and image; one box, raised again when asked twice.
     static void showAbout(QWidget* parent = nullptr);

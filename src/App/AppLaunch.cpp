@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: GPL-3.0-or-later
 #include "App/AppLaunch.h"
 
+#include "App/AppActions.h"
 #include "App/BrambleworthApp.h"
 #include "App/BrambleworthAppDelegate.h"
 #include "BuildConfig.h"
@@ -75,7 +76,7 @@ int AppLaunch::run(int argc, char** argv)
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Brambleworth"));
     QGuiApplication::setDesktopFileName(QStringLiteral(BRAMBLEWORTH_APP_ID));
     // The bundled image until the delegate looks the theme up, once the tray is up.
-    QGuiApplication::setWindowIcon(BrambleworthAppDelegate::bundledApplicationIcon());
+    QGuiApplication::setWindowIcon(AppActions::bundledLittleImage());
 
     Preferences& preferences = Preferences::shared();
     preferences.setArguments(QCoreApplication::arguments());

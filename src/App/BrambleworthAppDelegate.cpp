@@ -89,11 +89,6 @@ void BrambleworthAppDelegate::applicationDidFinishLaunching()
         mainWindowController()->showWindow();
 }
 
-QIcon BrambleworthAppDelegate::bundledApplicationIcon()
-{
-    return QIcon(QStringLiteral(":/icons/hicolor/scalable/apps/org.brambleworth.Brambleworth.svg"));
-}
-
 QIcon BrambleworthAppDelegate::bundledTrayIcon()
 {
     return QIcon(
@@ -103,7 +98,7 @@ QIcon BrambleworthAppDelegate::bundledTrayIcon()
 void BrambleworthAppDelegate::useThemedIcons()
 {
     QGuiApplication::setWindowIcon(
-        QIcon::fromTheme(QStringLiteral(BRAMBLEWORTH_APP_ID), bundledApplicationIcon()));
+        QIcon::fromTheme(QStringLiteral(BRAMBLEWORTH_APP_ID), AppActions::bundledLittleImage()));
     if (!m_statusItem)
         return;
     m_statusItem->image = QIcon::fromTheme(QStringLiteral("org.brambleworth.Brambleworth-symbolic"),

@@ -41,8 +41,7 @@ public:
     // the rest of a launch together, and a start in the tray alone may never need them.
     MainWindowContoller* mainWindowController();
 
-    // The images that come with the program, shown until the icon theme has been read.
-    static QIcon bundledApplicationIcon();
+    // The tray image that comes with the program, shown until the icon theme has been read.
     static QIcon bundledTrayIcon();
     // The icon theme's images for the windows and the tray, the bundled ones where it has none.
     void useThemedIcons();
