@@ -132,6 +132,10 @@ private slots:
 
     void cleanup()
     {
+        // A process object is released later, from the event loop: let that happen before the
+        // test ends, or the leak check at exit finds it.
+        if (m_executor)
+            TestEnvironment::finishRuns(*m_executor);
         m_executor.reset();
         m_capture.reset();
         m_temp.reset();
